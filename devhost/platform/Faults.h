@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+namespace devhost {
+
+// Fault injection for the whole development host. A fault point is named
+// after its operation, e.g. "du::CommonAllocatorImpl::Allocate".
+enum class FaultKind {
+    Fail,                  // the operation gives null or false
+    ThrowStd,              // std::runtime_error(text)
+    ThrowActorShutdown,    // dom::ActorShutdownException(text)
+    ThrowConnectionLost,   // dom::ConnectionLostException(text)
+    ThrowMessageProtocol,  // dom::MessageProtocolException(text)
+    ThrowInvalidActor,     // dom::InvalidActorException(text)
+    ThrowUnknown           // an int, which no std::exception clause catches
+};
+
+struct Fault {
+    FaultKind kind;
+    std::string text;
+    int count = -1;  // hits left before the fault disarms itself; -1: every hit
+};
+
+void ArmFault(const std::string& point, Fault fault);
+void DisarmFault(const std::string& point);
+void DisarmAllFaults();
+
+// At a fault point: throws for the Throw kinds, returns true for Fail, and
+// false when the point is not armed.
+bool HitFault(const char* point);
+
+}  // namespace devhost
