@@ -6,6 +6,11 @@
 
 namespace qxk {
 
+class Tree;
+class Window;
+class MultiRootContainer;
+class AnnoSetTable;
+
 // The viewer's world: the structure and everything shown of it.
 class World : public virtual du::RefCounted {
 public:
@@ -13,9 +18,17 @@ public:
     static du::SmartPtr<World> GetWorld();
 
     du::Symbol GetActorName() const;
+    // The world's annotation sets, or null when it has none.
+    du::SmartPtr<AnnoSetTable> GetAnnoSetTable();
+
+    // Fixed for the life of the world.
+    const du::SmartPtr<Tree> tree;
+    const du::SmartPtr<Window> window;
+    const du::SmartPtr<MultiRootContainer> rootContainer;
 
 protected:
-    World();
+    World(const du::SmartPtr<Tree>& worldTree, const du::SmartPtr<Window>& worldWindow,
+          const du::SmartPtr<MultiRootContainer>& container);
     ~World() override;
 };
 

@@ -2,6 +2,13 @@
 
 #include "du/SmartPtr.h"
 
+namespace qxk {
+class World;
+}
+namespace qxplugin {
+class PluginHandlerIf;
+}
+
 namespace qxkapp {
 
 class SceneManager;
@@ -13,10 +20,15 @@ public:
     static QxkApp* Get();
 
     du::SmartPtr<SceneManager> GetSceneManager();
+    // The application's world, or null while there is none.
+    void GetWorld(du::SmartPtr<qxk::World>& world);
+    du::SmartPtr<qxplugin::PluginHandlerIf> GetPluginIf();
 
 protected:
     QxkApp();
     virtual ~QxkApp();
+    QxkApp(const QxkApp&) = delete;
+    QxkApp& operator=(const QxkApp&) = delete;
 };
 
 }  // namespace qxkapp

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <vector>
+
+#include "du/SmartPtr.h"
+#include "qxk/Object.h"
+
+namespace qxk {
+
+class Structure;
+
+// The structures of the world; the first one read is the primary one.
+class MultiRootContainer : public Object {
+public:
+    // False, with structure null, while no structure has been read.
+    bool GetPrimaryStructure(du::SmartPtr<Structure>& structure) const;
+    void GetStructures(std::vector<du::SmartPtr<Structure>>& structures) const;
+
+protected:
+    MultiRootContainer() = default;
+    ~MultiRootContainer() override = default;
+};
+
+}  // namespace qxk
