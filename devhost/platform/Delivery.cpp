@@ -1,0 +1,97 @@
+#include "devhost/platform/Delivery.h"
+
+#include <string>
+
+#include "devhost/platform/MessageContent.h"
+#include "devhost/platform/ObjectRegistry.h"
+#include "dom/Exceptions.h"
+
+namespace devhost {
+
+namespace {
+
+using Outcome = dom::Message::Content::Outcome;
+
+void ServeMessage(QueueCore& queue, const dom::MessagePtr& message) {
+    dom::Message::Content& content = message->GetContent();
+    const bool request = content.needsReply;
+    du::SmartPtr<dom::ManagedObject> target = FindBoundObject(content.target, &queue);
+    if (!target) {
+        if (request)
+            content.Settle(Outcome::InvalidActor,
+                           "Object " + std::to_string(content.target) + " was let go by its actor");
+        return;
+    }
+    try {
+        target->HandleMessage(message);
+    } catch (...) {
+        if (request) content.Settle(Outcome::ActorShutdown, "The actor ended while serving the request");
+        throw;
+    }
+    if (request) content.Settle(content.ServedOutcome());
+}
+
+void EndLoop(QueueCore& queue) {
+    {
+        std::lock_guard<std::mutex> hold(queue.mutex);
+        queue.looping = false;
+        queue.loopThread = std::thread::id();
+    }
+    queue.Close();
+}
+
+}  // namespace
+
+void Deliver(const dom::MessagePtr& message) {
+    if (!message) return;
+    dom::Message::Content& content = message->GetContent();
+    BoundObject target = ResolveTarget(content.target);
+    const bool request = content.needsReply;
+    if (request && !content.BeginRequest())
+        throw dom::MessageProtocolException("The message was delivered again while awaiting its reply");
+    // The caller's own actor cannot take the request from its queue while
+    // the caller waits, so it is served here and now.
+    if (request && target.queue->IsLoopThread()) {
+        ServeMessage(*target.queue, message);
+        content.Await();
+        return;
+    }
+    if (!target.queue->Post(QueueItem{message, {}})) {
+        const char* text = "The target actor's queue has been shut down";
+        if (request) content.Settle(Outcome::ActorShutdown, text);
+        throw dom::ActorShutdownException(text);
+    }
+    if (request) content.Await();
+}
+
+bool RunLoop(const std::shared_ptr<QueueCore>& queue) {
+    {
+        std::lock_guard<std::mutex> hold(queue->mutex);
+        if (queue->looping) return false;
+        queue->looping = true;
+        queue->loopThread = std::this_thread::get_id();
+    }
+    try {
+        for (;;) {
+            QueueItem item;
+            {
+                std::unique_lock<std::mutex> hold(queue->mutex);
+                queue->wake.wait(hold, [&] { return queue->stopNow || queue->shutdown || !queue->items.empty(); });
+                if (queue->stopNow || queue->items.empty()) break;
+                item = std::move(queue->items.front());
+                queue->items.pop_front();
+            }
+            if (item.task)
+                item.task();
+            else
+                ServeMessage(*queue, item.message);
+        }
+    } catch (...) {
+        EndLoop(*queue);
+        throw;
+    }
+    EndLoop(*queue);
+    return true;
+}
+
+}  // namespace devhost

@@ -1,0 +1,98 @@
+#include "dom/MessageQueue.h"
+
+#include "devhost/platform/MessageContent.h"
+#include "devhost/platform/ObjectRegistry.h"
+#include "devhost/platform/QueueCore.h"
+
+namespace devhost {
+
+void QueueCore::FailUnserved(std::deque<QueueItem>& dropped) {
+    for (QueueItem& item : dropped) {
+        if (item.message && item.message->NeedsReply())
+            item.message->GetContent().Settle(dom::Message::Content::Outcome::ActorShutdown,
+                                              "The actor's queue was shut down before the request was served");
+    }
+}
+
+bool QueueCore::Post(QueueItem item) {
+    {
+        std::lock_guard<std::mutex> hold(mutex);
+        if (shutdown) return false;
+        items.push_back(std::move(item));
+    }
+    wake.notify_one();
+    return true;
+}
+
+void QueueCore::Close() {
+    std::deque<QueueItem> dropped;
+    std::vector<du::SmartPtr<dom::ManagedObject>> released;
+    {
+        ObjectRegistry& registry = ObjectRegistry::Get();
+        std::lock_guard<std::mutex> holdRegistry(registry.mutex);
+        std::vector<du::SmartPtr<dom::ManagedObject>> objects;
+        {
+            std::lock_guard<std::mutex> hold(mutex);
+            shutdown = true;
+            dropped.swap(items);
+            objects = bound;
+        }
+        // The binding keeps naming this queue, so later senders learn that
+        // the actor was shut down rather than that the object never was.
+        for (auto& object : objects) {
+            du::SmartPtr<dom::ManagedObject> reference = UnbindLocked(*object, false);
+            if (reference) released.push_back(std::move(reference));
+        }
+    }
+    wake.notify_all();
+    FailUnserved(dropped);
+    // Objects may die here, and their destructors may send: no lock is held.
+    released.clear();
+}
+
+bool QueueCore::IsLoopThread() {
+    std::lock_guard<std::mutex> hold(mutex);
+    return looping && loopThread == std::this_thread::get_id();
+}
+
+}  // namespace devhost
+
+namespace dom {
+
+MessageQueue::MessageQueue() : state_(new State) {}
+
+MessageQueue::~MessageQueue() {
+    // A queue that nobody holds any more lets its objects go.
+    state_->core->Close();
+    delete state_;
+}
+
+void MessageQueue::ShutdownQueue(ShutdownMode mode) {
+    devhost::QueueCore& core = *state_->core;
+    std::deque<devhost::QueueItem> dropped;
+    bool idle;
+    {
+        std::lock_guard<std::mutex> hold(core.mutex);
+        core.shutdown = true;
+        idle = !core.looping;
+        if (mode == SM_Immediate) {
+            core.stopNow = true;
+            dropped.swap(core.items);
+        }
+    }
+    core.wake.notify_all();
+    devhost::QueueCore::FailUnserved(dropped);
+    // With no loop to end, nothing else would let the objects go.
+    if (idle) core.Close();
+}
+
+bool MessageQueue::IsShutdown() const {
+    std::lock_guard<std::mutex> hold(state_->core->mutex);
+    return state_->core->shutdown;
+}
+
+GenericMessageQueue::GenericMessageQueue() = default;
+GenericMessageQueue::~GenericMessageQueue() = default;
+
+}  // namespace dom
+

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "dom/ManagedObject.h"
+#include "dom/Message.h"
+#include "dom/MessageQueue.h"
+#include "du/SmartPtr.h"
+
+namespace devhost {
+
+// One unit of work for an actor: a message, or a task posted for one of its
+// objects.
+struct QueueItem {
+    dom::MessagePtr message;
+    std::function<void()> task;
+};
+
+// The state of an actor's queue. It outlives the dom::MessageQueue that
+// carries it as long as an object's binding still names it, so that senders
+// to a released object can be told that its actor was shut down.
+struct QueueCore {
+    std::mutex mutex;
+    std::condition_variable wake;
+    std::deque<QueueItem> items;
+    bool shutdown = false;  // no further items are taken
+    bool stopNow = false;   // the loop ends after the item being served
+    bool looping = false;
+    std::thread::id loopThread;
+    // The queue keeps its objects alive until it is closed.
+    std::vector<du::SmartPtr<dom::ManagedObject>> bound;
+    std::atomic<unsigned int> host{0};
+
+    // Queues an item; false when the queue is shut down.
+    bool Post(QueueItem item);
+    // Shuts the queue down for good: unbinds its objects and fails the
+    // requests still queued with dom::ActorShutdownException. Idempotent.
+    void Close();
+    // Fails the requests among items that will never be served.
+    static void FailUnserved(std::deque<QueueItem>& dropped);
+    // True when called on the thread that runs this queue's loop.
+    bool IsLoopThread();
+};
+
+}  // namespace devhost
+
+struct dom::MessageQueue::State {
+    std::shared_ptr<devhost::QueueCore> core = std::make_shared<devhost::QueueCore>();
+};

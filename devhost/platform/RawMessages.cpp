@@ -1,0 +1,32 @@
+#include "devhost/platform/RawMessages.h"
+
+#include "devhost/platform/MessageContent.h"
+#include "devhost/platform/ObjectRegistry.h"
+#include "dom/MessageWriter.h"
+
+namespace devhost {
+
+dom::MessagePtr SendRawMessage(const du::SmartPtr<dom::ManagedObject>& target, short table, short tag,
+                               const std::vector<MessageValue>& values, bool needsReply) {
+    dom::MessageWriter writer = target->StartNewMessage(static_cast<unsigned short>(tag));
+    if (needsReply)
+        writer.MarkNeedsReplyFlag();
+    else
+        writer.ClearNeedsReplyFlag();
+    dom::MessagePtr message = writer.FinaliseMessage();
+    dom::Message::Content& content = message->GetContent();
+    content.table = table;
+    content.values = values;
+    target->DeliverMessage(message);
+    return message;
+}
+
+std::vector<MessageValue> GetMessageValues(const dom::MessagePtr& message) {
+    return message ? message->GetContent().values : std::vector<MessageValue>();
+}
+
+HandleValue MakeHandle(const du::SmartPtr<dom::ManagedObject>& object, short table) {
+    return HandleFor(object, table);
+}
+
+}  // namespace devhost
