@@ -1,0 +1,29 @@
+#include "host/WebApiModuleThread.h"
+
+#include "qxk/World.h"
+
+namespace webapi {
+
+bool WebApiModuleThread::MatchesComponent(const std::string& first, const std::string& second,
+                                          const std::string& third) {
+    return first == "world" && second == "web" && third == "api";
+}
+
+du::Symbol WebApiModuleThread::GetActorName() {
+    if (actorName.empty()) {
+        std::string name = "WebApiModuleThread";
+        name += "-";
+        if (const du::SmartPtr<qxk::World> world = qxk::World::GetWorld()) name += world->GetActorName().safe_c_str();
+        actorName = du::Symbol(name);
+    }
+    return actorName;
+}
+
+void WebApiModuleThread::AttachQueue(const du::SmartPtr<dom::MessageQueue>& attached) {
+    if (queue.get() != attached.get()) queue = attached;
+    ManageSelf(attached, GetActorName(), dom::ManagedObject::SCOPE_Global);
+}
+
+void WebApiModuleThread::OnActorStopped() {}
+
+}  // namespace webapi

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "du/RefCounted.h"
+#include "du/Symbol.h"
+#include "remote/InterfaceTable.h"
+
+namespace webapi {
+
+// A client's receiver of viewables. Its methods are one-way, so the module
+// never waits for the client.
+class ViewablesRequest : public virtual du::RefCounted {
+public:
+    // The method table number of this interface in the implementing object.
+    virtual short GetTableOffset(int) = 0;
+
+#define WEBAPI_METHOD(Id, Index, Name, Signature, Result, Parameters, Arguments) virtual Result Name Parameters = 0;
+#include "remote/ViewablesRequest.def"
+};
+
+}  // namespace webapi
+
+namespace webapi::remote {
+
+template <>
+struct InterfaceTable<ViewablesRequest> {
+    static constexpr const char* kName = "webapi::ViewablesRequest";
+    static constexpr bool kOneWay = true;
+    static constexpr MethodEntry kMethods[] = {
+#define WEBAPI_METHOD(Id, Index, Name, Signature, ...) {Id, Index, Signature},
+#include "remote/ViewablesRequest.def"
+    };
+};
+static_assert(IdentitiesAgree<ViewablesRequest>(), "ids or indices of webapi::ViewablesRequest disagree");
+
+}  // namespace webapi::remote

@@ -1,0 +1,123 @@
+// The actor's life: start-up, the exception policy of its loop, and its end.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "ModuleTestSupport.h"
+#include "RecordingModule.h"
+#include "devhost/platform/Faults.h"
+#include "devhost/platform/RawMessages.h"
+#include "dom/ManagedObject.h"
+#include "du/Symbol.h"
+
+namespace mtest {
+namespace {
+
+class ActorThreadTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        devhost::DisarmAllFaults();
+        devhost::TraceLog::Clear();
+        RecordingModule::ClearCalls();
+    }
+    void TearDown() override { devhost::DisarmAllFaults(); }
+
+    static du::SmartPtr<dom::ManagedObject> FindModule(RecordingHost& host) {
+        du::SmartPtr<dom::ManagedObject> module;
+        EXPECT_TRUE(dom::ManagedObject::FindActor(host.GetActorName(), du::Symbol("webapi::WebApiModule"), module));
+        return module;
+    }
+
+    // The entries of the thread object's tracer, oldest first.
+    static std::vector<devhost::TraceEntry> ActorEntries() {
+        std::vector<devhost::TraceEntry> entries = TraceEntriesOf("web");
+        for (const auto& entry : entries) EXPECT_EQ(entry.name, "api");
+        return entries;
+    }
+
+    static void ExpectShutdownLine(const devhost::TraceEntry& entry, const std::string& queueDigits) {
+        EXPECT_EQ(entry.type, -1);
+        EXPECT_TRUE(std::regex_match(entry.text, std::regex("Actor WebApiModuleThread- shutting down queue 0x" +
+                                                            queueDigits + "\n")))
+            << entry.text;
+    }
+};
+
+TEST_F(ActorThreadTest, OrderlyEndWritesTheShutdownLineOnce) {
+    auto host = std::make_unique<RecordingHost>("web", "api");
+    ASSERT_TRUE(host->Start(true));
+    EXPECT_EQ(host->GetActorName(), "WebApiModuleThread-");
+    EXPECT_EQ(devhost::SendRawMessage(FindModule(*host), 0, 3, {}, true)->GetValueCount(), 0u);
+    host.reset();
+
+    const auto entries = ActorEntries();
+    ASSERT_EQ(entries.size(), 1u);
+    ExpectShutdownLine(entries[0], "[0-9a-f]{8}");
+}
+
+struct LoopFault {
+    devhost::FaultKind kind;
+    int type;
+    std::string entry;
+};
+
+class ActorLoopFaultTest : public ActorThreadTest, public ::testing::WithParamInterface<LoopFault> {};
+
+// An exception out of a command ends the actor for good: one entry in the
+// clause's words, nothing served afterwards, and the object stays until it
+// is destroyed, which then does not block.
+TEST_P(ActorLoopFaultTest, ExceptionFromACommandEndsTheActor) {
+    auto host = std::make_unique<RecordingHost>("web", "api");
+    ASSERT_TRUE(host->Start(true));
+    const du::SmartPtr<dom::ManagedObject> module = FindModule(*host);
+    devhost::ArmFault("dom::MessageWriter::StartMessageReply", devhost::Fault{GetParam().kind, "broken reply", 1});
+
+    EXPECT_ANY_THROW(devhost::SendRawMessage(module, 0, 0, {}, true));
+    EXPECT_ANY_THROW(devhost::SendRawMessage(module, 0, 0, {}, true));
+    EXPECT_EQ(RecordingModule::Calls(), std::vector<std::string>{"GetCurrentSelection"});
+    EXPECT_EQ(host->GetActorName(), "WebApiModuleThread-");
+    host.reset();
+
+    const auto entries = ActorEntries();
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].type, GetParam().type);
+    EXPECT_EQ(entries[0].text, GetParam().entry);
+    ExpectShutdownLine(entries[1], "[0-9a-f]{8}");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryClause, ActorLoopFaultTest,
+    ::testing::Values(
+        LoopFault{devhost::FaultKind::ThrowActorShutdown, 0, "Got a ActorShutdownException:-\n\tbroken reply\n"},
+        LoopFault{devhost::FaultKind::ThrowConnectionLost, 3,
+                  "Actor WebApiModuleThread- got a ConnectionLostException:-\n\tbroken reply\n"},
+        LoopFault{devhost::FaultKind::ThrowMessageProtocol, 3,
+                  "Actor WebApiModuleThread- got a MessageProtocolException:-\n\tbroken reply\n"},
+        LoopFault{devhost::FaultKind::ThrowInvalidActor, 3,
+                  "Actor WebApiModuleThread- got a InvalidActorException:-\n\tbroken reply\n"},
+        LoopFault{devhost::FaultKind::ThrowStd, 3, "Actor WebApiModuleThread- got a standard exception:- broken reply\n"},
+        LoopFault{devhost::FaultKind::ThrowUnknown, 3, "Actor WebApiModuleThread- got an unexpected exception.\n"}));
+
+// Without its queue the actor never serves: the loop is skipped and the end
+// still comes, with no queue to show.
+TEST_F(ActorThreadTest, FailedStartupSkipsTheLoop) {
+    auto host = std::make_unique<RecordingHost>("web", "api");
+    devhost::ArmFault("du::CommonAllocatorImpl::Allocate", devhost::Fault{devhost::FaultKind::Fail, "", 1});
+    host->Start(true);
+    devhost::DisarmAllFaults();
+    du::SmartPtr<dom::ManagedObject> module;
+    EXPECT_FALSE(dom::ManagedObject::FindActor(host->GetActorName(), du::Symbol("webapi::WebApiModule"), module));
+    host.reset();
+
+    const auto entries = ActorEntries();
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].type, 3);
+    EXPECT_EQ(entries[0].text, "Actor WebApiModuleThread- got a standard exception:- std::bad_alloc\n");
+    ExpectShutdownLine(entries[1], "00000000");
+}
+
+}  // namespace
+}  // namespace mtest

@@ -1,0 +1,141 @@
+// Requests as the dispatcher gets them, built value by value, against the
+// module's real actor: which method runs with what, what the reply holds,
+// and the exact entries of the failure paths.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ModuleTestSupport.h"
+#include "RecordingModule.h"
+#include "devhost/platform/Faults.h"
+#include "devhost/platform/RawMessages.h"
+#include "dom/Exceptions.h"
+#include "dom/ManagedObject.h"
+#include "du/Symbol.h"
+
+namespace mtest {
+namespace {
+
+using devhost::HandleValue;
+using devhost::MessageValue;
+using Values = std::vector<MessageValue>;
+
+class DispatchTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        devhost::DisarmAllFaults();
+        devhost::TraceLog::Clear();
+        RecordingModule::ClearCalls();
+        host = std::make_unique<RecordingHost>("web", "api");
+        ASSERT_TRUE(host->Start(true));
+        ASSERT_TRUE(dom::ManagedObject::FindActor(host->GetActorName(), du::Symbol("webapi::WebApiModule"), module));
+    }
+
+    void TearDown() override {
+        module.reset();
+        host.reset();
+    }
+
+    // The reply, described.
+    std::string Send(short tag, const Values& values, short table = 0) {
+        return Describe(devhost::GetMessageValues(devhost::SendRawMessage(module, table, tag, values, true)));
+    }
+
+    // A request that the dispatcher turns down runs nothing and leaves
+    // exactly this entry.
+    void ExpectRejected(short tag, const Values& values, const std::string& entry, short table = 0) {
+        EXPECT_THROW(Send(tag, values, table), dom::MessageProtocolException);
+        EXPECT_TRUE(RecordingModule::Calls().empty());
+        const auto entries = TraceEntriesOf("<generated code>");
+        ASSERT_EQ(entries.size(), 1u);
+        EXPECT_EQ(entries[0].name, "WebApiModule");
+        EXPECT_EQ(entries[0].type, 3);
+        EXPECT_EQ(entries[0].text, entry);
+    }
+
+    std::unique_ptr<RecordingHost> host;
+    du::SmartPtr<dom::ManagedObject> module;
+};
+
+TEST_F(DispatchTest, OtherMethodTableIsTurnedDown) {
+    ExpectRejected(0, {}, "Unexpected method table 1for interface \"webapi::WebApiModuleLocalImpl\".\n", 1);
+}
+
+TEST_F(DispatchTest, TagsOutOfRangeKeepTheirSign) {
+    ExpectRejected(30, {}, "Unexpected tag offset 30for interface \"webapi::WebApiModuleLocalImpl\".\n");
+    devhost::TraceLog::Clear();
+    ExpectRejected(-1, {}, "Unexpected tag offset -1for interface \"webapi::WebApiModuleLocalImpl\".\n");
+}
+
+TEST_F(DispatchTest, MessageThatEndsTooSoonReadsAsBadTag) {
+    ExpectRejected(2, {}, "Unexpected tag offset 2for interface \"webapi::WebApiModuleLocalImpl\".\n");
+}
+
+TEST_F(DispatchTest, ValueOfWrongTypeReadsAsBadTag) {
+    ExpectRejected(2, {MessageValue(1.5)}, "Unexpected tag offset 2for interface \"webapi::WebApiModuleLocalImpl\".\n");
+}
+
+TEST_F(DispatchTest, AddAnnotationLabelWithTwoDoublesRunsNothing) {
+    ExpectRejected(6, {du::Symbol("label"), 1.0, 2.0},
+                   "Unexpected tag offset 6for interface \"webapi::WebApiModuleLocalImpl\".\n");
+}
+
+TEST_F(DispatchTest, SequenceShorterThanItsCountRunsNothing) {
+    ExpectRejected(1, {std::uint32_t{3}, du::Symbol("a"), du::Symbol("b")},
+                   "Unexpected tag offset 1for interface \"webapi::WebApiModuleLocalImpl\".\n");
+}
+
+TEST_F(DispatchTest, SequenceIsDecodedInOrderThenTheRest) {
+    EXPECT_EQ(Send(1, {std::uint32_t{2}, du::Symbol("a"), du::Symbol("b"), true, du::Symbol("00ff00")}), "");
+    EXPECT_EQ(Send(1, {std::uint32_t{0}, false, du::Symbol("1")}), "");
+    EXPECT_EQ(RecordingModule::Calls(),
+              (std::vector<std::string>{"SetInstancesColor [a;b;] true 00ff00", "SetInstancesColor [] false 1"}));
+}
+
+TEST_F(DispatchTest, PlainArgumentsArriveInSignatureOrder) {
+    Send(6, {du::Symbol("label"), 1.0, 2.0, 3.0});
+    EXPECT_EQ(RecordingModule::Calls(),
+              (std::vector<std::string>{"AddAnnotationLabel label 1.000000 2.000000 3.000000"}));
+}
+
+TEST_F(DispatchTest, SurplusValuesAreIgnored) {
+    EXPECT_EQ(Send(0, {du::Symbol("extra"), 4.0}), "S:selection");
+    Send(4, {du::Symbol("[a]"), du::Symbol("extra")});
+    EXPECT_EQ(RecordingModule::Calls(), (std::vector<std::string>{"GetCurrentSelection", "LoadInstances [a]"}));
+    EXPECT_TRUE(TraceEntriesOf("<generated code>").empty());
+}
+
+TEST_F(DispatchTest, EveryRequestGetsItsReply) {
+    EXPECT_EQ(Send(2, {du::Symbol("7")}), "S:ff0000");
+    EXPECT_EQ(Send(9, {}), "U:7");
+    EXPECT_EQ(Send(29, {}), "S:annotations");
+    EXPECT_EQ(Send(3, {}), "");
+    EXPECT_EQ(RecordingModule::Calls()[2], "GetAllModelAnnotations <null>");
+}
+
+TEST_F(DispatchTest, ReferenceWithoutItsIntegerRunsNothing) {
+    const du::SmartPtr<CaptureServer> request(new CaptureServer({"webapi::ViewablesRequest"}, {}));
+    const ServingThread client(request, "ViewablesClient");
+    const HandleValue handle = devhost::MakeHandle(request, 0);
+    ExpectRejected(10, {handle}, "Unexpected tag offset 10for interface \"webapi::WebApiModuleLocalImpl\".\n");
+    Send(10, {handle, 5});
+    EXPECT_EQ(RecordingModule::Calls(), (std::vector<std::string>{"GetViewables object 5"}));
+}
+
+TEST_F(DispatchTest, ReferenceToAnotherInterfaceArrivesAsNull) {
+    const du::SmartPtr<CaptureServer> other(new CaptureServer({"webapi::ViewablesRequest"}, {}));
+    const du::SmartPtr<CaptureServer> observer(new CaptureServer({"webapi::TreeObserver"}, {}));
+    const ServingThread otherClient(other, "OtherClient");
+    const ServingThread observerClient(observer, "ObserverClient");
+    Send(14, {devhost::MakeHandle(other, 0)});
+    Send(14, {devhost::MakeHandle(observer, 0)});
+    Send(14, {HandleValue{}});
+    EXPECT_EQ(RecordingModule::Calls(), (std::vector<std::string>{"RegisterTreeObserver null",
+                                                                  "RegisterTreeObserver object",
+                                                                  "RegisterTreeObserver null"}));
+}
+
+}  // namespace
+}  // namespace mtest

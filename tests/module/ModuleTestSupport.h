@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstddef>
+#include <exception>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "devhost/platform/MessageValue.h"
+#include "devhost/platform/TraceLog.h"
+#include "dom/ManagedObject.h"
+#include "dom/MessageQueue.h"
+#include "du/SmartPtr.h"
+#include "du/Symbol.h"
+
+namespace mtest {
+
+// Serves one object on a new queue, on a thread of its own, as an actor does.
+class ServingThread {
+public:
+    ServingThread(const du::SmartPtr<dom::ManagedObject>& object, const char* name);
+    ~ServingThread();
+    ServingThread(const ServingThread&) = delete;
+    ServingThread& operator=(const ServingThread&) = delete;
+
+    const du::SmartPtr<dom::MessageQueue>& Queue() const { return queue; }
+
+private:
+    du::SmartPtr<dom::MessageQueue> queue;
+    du::SmartPtr<dom::ManagedObject> object;
+    std::thread thread;
+};
+
+// A far object that records each message it gets and answers every request
+// with the same values. It claims the interfaces it is given, so that
+// handles to it make typed proxies.
+class CaptureServer : public dom::ManagedObject {
+public:
+    struct Received {
+        short table;
+        short tag;
+        bool needsReply;
+        std::vector<devhost::MessageValue> values;
+    };
+
+    CaptureServer(std::vector<std::string> interfaces, std::vector<devhost::MessageValue> reply);
+
+    short BaseClassOffsetByName(const du::Symbol& name) const override;
+    void HandleMessage(const dom::MessagePtr& message) override;
+
+    // What arrived so far; a request sent after one-way messages shows them all.
+    std::vector<Received> Messages() const;
+
+private:
+    const std::vector<std::string> interfaces;
+    const std::vector<devhost::MessageValue> reply;
+    mutable std::mutex mutex;
+    std::vector<Received> received;
+};
+
+// Values as text, one word each: S:text (S:<null> for the null Symbol),
+// D:, I:, U:, B:, and H:object/table for a handle (H:0/0 when null).
+std::string Describe(const std::vector<devhost::MessageValue>& values);
+
+// The entries written under a tracer's module name, oldest first.
+std::vector<devhost::TraceEntry> TraceEntriesOf(const std::string& module);
+
+}  // namespace mtest

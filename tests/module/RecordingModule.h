@@ -1,0 +1,38 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "dom/MessageQueue.h"
+#include "du/SmartPtr.h"
+#include "du/Symbol.h"
+#include "host/WebApiModuleThread.h"
+#include "qxk/ActiveModuleThread.h"
+
+namespace mtest {
+
+// The module's actor object with the methods under test writing down how
+// they were called, into one log for the process.
+class RecordingModule : public webapi::WebApiModuleThread {
+public:
+    static std::vector<std::string> Calls();
+    static void ClearCalls();
+
+    du::Symbol GetCurrentSelection() override;
+    void SetInstancesColor(const std::vector<du::Symbol>& instances, bool recursive, const du::Symbol& color) override;
+    du::Symbol GetInstanceColor(const du::Symbol& instance) override;
+    void LoadInstances(const du::Symbol& request) override;
+    void AddAnnotationLabel(const du::Symbol& text, double x, double y, double z) override;
+    unsigned int GetNumberOfAnnotationSets() override;
+    void GetViewables(const du::SmartPtr<webapi::ViewablesRequest>& request, int requestId) override;
+    void RegisterTreeObserver(const du::SmartPtr<webapi::TreeObserver>& observer) override;
+    void GetAllModelAnnotations(du::Symbol& annotations) override;
+
+private:
+    static void Record(const std::string& call);
+};
+
+using RecordingHost = qxk::ActiveModuleThread<RecordingModule, dom::GenericMessageQueue>;
+
+}  // namespace mtest
