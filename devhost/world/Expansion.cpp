@@ -1,0 +1,179 @@
+#include "devhost/world/Expansion.h"
+
+#include <map>
+#include <memory>
+
+#include "devhost/platform/Faults.h"
+#include "devhost/world/HostWorker.h"
+#include "devhost/world/WorldLock.h"
+#include "devhost/world/WorldModel.h"
+
+namespace devhost {
+
+namespace {
+
+struct Waiter {
+    std::shared_ptr<Expansion> expansion;
+    int depthLeft;
+};
+
+// Waiters of a proxy, kept beside the proxy so that ProxyInfo stays simple.
+std::vector<Waiter>& WaitersOf(InstanceNode& proxy);
+
+void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success);
+
+bool Readable(const InstanceNode& node) {
+    return node.proxy && !node.proxy->expanded && !node.proxy->failed;
+}
+
+// Makes expansion wait for proxy and starts the read unless one runs.
+// Under the world lock; automatic reads are handed to the worker.
+void Enlist(InstanceNode& proxy, const std::shared_ptr<Expansion>& expansion, int depthLeft) {
+    WaitersOf(proxy).push_back({expansion, depthLeft});
+    ++expansion->outstanding;
+    ProxyInfo& info = *proxy.proxy;
+    if (info.reading) return;
+    info.reading = true;
+    if (info.completion == ProxyCompletion::Auto && info.outcome != ProxyOutcome::Never) {
+        du::SmartPtr<InstanceNode> target(&proxy);
+        bool success = info.outcome == ProxyOutcome::Expand;
+        RunOnHostWorker([target, success] { Resolve(target, success); });
+    }
+}
+
+// The readable proxies at the top of a branch: the instance itself, or the
+// first readable proxies below it.
+void TopProxies(InstanceNode& start, std::vector<InstanceNode*>& found) {
+    std::vector<InstanceNode*> stack{&start};
+    while (!stack.empty()) {
+        InstanceNode* node = stack.back();
+        stack.pop_back();
+        if (Readable(*node)) {
+            found.push_back(node);
+            continue;
+        }
+        for (const auto& child : node->children) stack.push_back(child.get());
+    }
+}
+
+std::map<InstanceNode*, std::vector<Waiter>>& AllWaiters() {
+    static std::map<InstanceNode*, std::vector<Waiter>> waiters;
+    return waiters;
+}
+
+std::vector<Waiter>& WaitersOf(InstanceNode& proxy) { return AllWaiters()[&proxy]; }
+
+void Finish(const std::shared_ptr<Expansion>& expansion) {
+    if (!expansion->event) return;
+    if (expansion->failed)
+        expansion->event->CompleteWithError(qxk::BaseAsyncEvent::ES_Failed);
+    else
+        expansion->event->Complete();
+}
+
+void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success) {
+    TreeChange change;
+    TreeModel* tree = nullptr;
+    std::vector<std::shared_ptr<Expansion>> finished;
+    {
+        WorldGuard guard(WorldMutex());
+        ProxyInfo& info = *proxy->proxy;
+        if (!info.reading) return;
+        info.reading = false;
+        tree = proxy->tree;
+        if (success) {
+            info.expanded = true;
+            if (tree) {
+                tree->AttachBranch(*proxy, change);
+            } else {  // a proxy taken out of the tree meanwhile keeps its branch to itself
+                for (auto& node : info.branch) proxy->children.push_back(node);
+                info.branch.clear();
+            }
+        } else {
+            info.failed = true;
+        }
+        std::vector<Waiter> waiters;
+        waiters.swap(AllWaiters()[proxy.get()]);
+        AllWaiters().erase(proxy.get());
+        for (const Waiter& waiter : waiters) {
+            Expansion& expansion = *waiter.expansion;
+            expansion.failed = expansion.failed || !success;
+            if (success && expansion.loadedPaths)
+                for (const auto& node : change.added) expansion.loadedPaths->insert(du::Symbol(node->IdPath()));
+            if (success && waiter.depthLeft > 1)
+                for (const auto& node : change.added)
+                    if (Readable(*node) && node->parent == proxy.get())
+                        Enlist(*node, waiter.expansion, waiter.depthLeft - 1);
+            if (--expansion.outstanding == 0) finished.push_back(waiter.expansion);
+        }
+    }
+    if (tree && (!change.added.empty())) tree->NotifyTree(change);
+    for (const auto& expansion : finished) Finish(expansion);
+}
+
+void PendingProxies(std::vector<du::SmartPtr<InstanceNode>>& pending) {
+    for (const auto& entry : AllWaiters())
+        if (entry.first->proxy && entry.first->proxy->reading) pending.emplace_back(entry.first);
+}
+
+}  // namespace
+
+std::vector<std::string> PendingExpansions() {
+    WorldGuard guard(WorldMutex());
+    std::vector<du::SmartPtr<InstanceNode>> pending;
+    PendingProxies(pending);
+    std::vector<std::string> paths;
+    for (const auto& node : pending) paths.push_back(node->IdPath());
+    return paths;
+}
+
+bool ResolvePendingExpansion(const std::string& idPath, bool success) {
+    du::SmartPtr<InstanceNode> target;
+    {
+        WorldGuard guard(WorldMutex());
+        std::vector<du::SmartPtr<InstanceNode>> pending;
+        PendingProxies(pending);
+        for (const auto& node : pending)
+            if (node->IdPath() == idPath) target = node;
+    }
+    if (!target) return false;
+    Resolve(target, success);
+    return true;
+}
+
+int ReleasePendingExpansions() {
+    std::vector<std::pair<du::SmartPtr<InstanceNode>, bool>> targets;
+    {
+        WorldGuard guard(WorldMutex());
+        std::vector<du::SmartPtr<InstanceNode>> pending;
+        PendingProxies(pending);
+        for (const auto& node : pending) {
+            const ProxyInfo& info = *node->proxy;
+            if (info.completion == ProxyCompletion::Manual && info.outcome != ProxyOutcome::Never)
+                targets.emplace_back(node, info.outcome == ProxyOutcome::Expand);
+        }
+    }
+    for (const auto& target : targets) Resolve(target.first, target.second);
+    return static_cast<int>(targets.size());
+}
+
+}  // namespace devhost
+
+bool qxk::Instance::ExpandProxy(int depth, AsyncEvent* event, const du::SmartPtr<IdMap>&,
+                                const du::SmartPtr<IdMap>&, std::set<du::Symbol>* loadedPaths, bool, bool) {
+    if (devhost::HitFault("qxk::Instance::ExpandProxy")) return false;
+    auto expansion = std::make_shared<devhost::Expansion>();
+    expansion->event = event;
+    expansion->loadedPaths = loadedPaths;
+    {
+        devhost::WorldGuard guard(devhost::WorldMutex());
+        std::vector<devhost::InstanceNode*> proxies;
+        devhost::TopProxies(devhost::Node(*this), proxies);
+        for (devhost::InstanceNode* proxy : proxies) devhost::Enlist(*proxy, expansion, depth < 1 ? 1 : depth);
+    }
+    if (expansion->outstanding > 0) return true;
+    // Nothing to read: a failed proxy, or a branch with no unread part.
+    expansion->failed = true;
+    devhost::Finish(expansion);
+    return false;
+}

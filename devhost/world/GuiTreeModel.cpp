@@ -1,0 +1,371 @@
+// The host's tree model: guitree::GuiTree, its tree state and the listener
+// that it hands to its interface.
+
+#include <memory>
+#include <unordered_map>
+
+#include "devhost/platform/ActorTasks.h"
+#include "devhost/platform/Faults.h"
+#include "devhost/world/Application.h"
+#include "devhost/world/SceneModel.h"
+#include "devhost/world/ViewModel.h"
+#include "devhost/world/VisibilityRule.h"
+#include "devhost/world/WorldLock.h"
+#include "devhost/world/WorldModel.h"
+#include "guitree/GuiInterface.h"
+#include "guitree/GuiTree.h"
+#include "guitree/SceneViewListener.h"
+#include "guitree/StructureTreeState.h"
+
+namespace devhost {
+
+namespace {
+
+struct TreeCore;
+
+// What the interface tells the tree: the scene and view it shows.
+class ListenerImpl : public guitree::SceneViewListener {
+public:
+    explicit ListenerImpl(const std::weak_ptr<TreeCore>& core) : core_(core) {}
+    void OnView(const du::SmartPtr<qxk::View>& view) override;
+    void OnViewClosed(const du::SmartPtr<qxk::View>& view) override;
+    void OnScene(const du::SmartPtr<qxk::Scene>& scene) override;
+
+private:
+    std::weak_ptr<TreeCore> core_;
+};
+
+// Instances to report, kept alive until the interface has seen them.
+struct Report {
+    std::vector<du::SmartPtr<InstanceNode>> keep;
+    guitree::VisAndIconChanges changes;
+};
+
+// The shared part of a GuiTree, reached by its listeners through weak
+// pointers so that a tree that has gone is simply not told any more.
+// Fields are guarded by the world lock.
+struct TreeCore : std::enable_shared_from_this<TreeCore> {
+    du::SmartPtr<dom::ManagedObject> owner;
+    guitree::GuiInterface* gui = nullptr;
+    bool initialised = false;
+    bool closed = false;
+    du::SmartPtr<WorldModel> world;
+    du::SmartPtr<qxk::ShapeScene> scene;
+    du::SmartPtr<qxk::View> view;
+    du::SmartPtr<ListenerImpl> listener;
+    int treeListener = 0;
+    int sceneListener = 0;
+    int viewListener = 0;
+    std::unordered_map<const qxk::BaseInstance*, int> sent;  // packed value last reported
+
+    // Runs fn on the owner's actor thread with the interface, unless the
+    // tree is closed or has no interface by then. An owner under no actor
+    // gets the call on this thread.
+    void Post(std::function<void(guitree::GuiInterface&)> fn) {
+        std::shared_ptr<TreeCore> self = shared_from_this();
+        du::SmartPtr<dom::ManagedObject> target;
+        {
+            WorldGuard guard(WorldMutex());
+            if (closed) return;
+            target = owner;
+        }
+        auto task = [self, fn] {
+            guitree::GuiInterface* current;
+            {
+                WorldGuard guard(WorldMutex());
+                if (self->closed) return;
+                current = self->gui;
+            }
+            if (current) fn(*current);
+        };
+        if (!target || !PostTask(target, task)) task();
+    }
+
+    // Under the lock: what changed of the given instances since last told.
+    void Collect(const std::vector<InstanceNode*>& instances, Report& report) {
+        for (InstanceNode* node : instances) {
+            if (!node->tree) continue;
+            int packed = guitree::VisAndIconChanges::Pack(VisibilityStateOf(scene.get(), *node), TypeIconOf(*node));
+            auto it = sent.find(node);
+            if (it != sent.end() && it->second == packed) continue;
+            sent[node] = packed;
+            report.changes.Set(node, packed);
+            report.keep.emplace_back(node);
+        }
+    }
+
+    void SendReport(const std::shared_ptr<Report>& report) {
+        if (report->changes.empty()) return;
+        Post([report](guitree::GuiInterface& gui) { gui.UpdateVisAndTypeIcons(report->changes); });
+    }
+
+    // Under the lock: every instance of the tree, parents first.
+    void AllInstances(std::vector<InstanceNode*>& all) {
+        if (!world) return;
+        std::vector<InstanceNode*> stack;
+        const auto& roots = world->Tree().roots;
+        for (auto it = roots.rbegin(); it != roots.rend(); ++it) stack.push_back(it->get());
+        while (!stack.empty()) {
+            InstanceNode* node = stack.back();
+            stack.pop_back();
+            all.push_back(node);
+            for (auto it = node->children.rbegin(); it != node->children.rend(); ++it) stack.push_back(it->get());
+        }
+    }
+
+    // Under the lock: the instances and all their ancestors, each once.
+    static void WithAncestors(const std::vector<InstanceNode*>& start, std::vector<InstanceNode*>& out) {
+        std::unordered_map<InstanceNode*, bool> seen;
+        for (InstanceNode* node : start)
+            for (InstanceNode* n = node; n && seen.emplace(n, true).second; n = n->parent) out.push_back(n);
+    }
+
+    void WatchScene(const du::SmartPtr<qxk::ShapeScene>& newScene);
+    void OnTreeChange(const TreeChange& change);
+    void OnSceneChange(const std::vector<du::SmartPtr<qxk::Instance>>& changed);
+    void OnActiveView(const du::SmartPtr<qxk::View>& active);
+    void Unwatch();
+};
+
+void TreeCore::WatchScene(const du::SmartPtr<qxk::ShapeScene>& newScene) {
+    if (scene == newScene) return;
+    if (scene) RemoveSceneListener(*scene, sceneListener);
+    scene = newScene;
+    sceneListener = 0;
+    if (!scene) return;
+    std::weak_ptr<TreeCore> weak = shared_from_this();
+    sceneListener = AddSceneListener(*scene, [weak](const std::vector<du::SmartPtr<qxk::Instance>>& changed) {
+        if (auto core = weak.lock()) core->OnSceneChange(changed);
+    });
+}
+
+void TreeCore::OnTreeChange(const TreeChange& change) {
+    if (change.cleared) {
+        {
+            WorldGuard guard(WorldMutex());
+            sent.clear();
+        }
+        Post([](guitree::GuiInterface& gui) { gui.ClearTree(); });
+        return;
+    }
+    struct Entry {
+        du::SmartPtr<qxk::BaseInstance> instance;
+        du::SmartPtr<qxk::BaseInstance> parent;
+    };
+    auto removed = std::make_shared<std::vector<Entry>>();
+    auto added = std::make_shared<std::vector<Entry>>();
+    auto report = std::make_shared<Report>();
+    {
+        WorldGuard guard(WorldMutex());
+        std::vector<InstanceNode*> touched;
+        for (const auto& node : change.removed) {
+            removed->push_back({node, node->parent});
+            sent.erase(node.get());
+            if (node->parent) touched.push_back(node->parent);
+        }
+        for (const auto& node : change.added) {
+            added->push_back({node, node->parent});
+            touched.push_back(node.get());
+        }
+        std::vector<InstanceNode*> affected;
+        WithAncestors(touched, affected);
+        Collect(affected, *report);
+    }
+    Post([removed, added](guitree::GuiInterface& gui) {
+        gui.StartTreeUpdate();
+        for (const Entry& e : *removed) gui.InstanceRemove(e.instance, e.parent);
+        for (const Entry& e : *added) gui.InstanceCreate(e.instance, e.parent, false);
+        gui.FinishTreeUpdate();
+    });
+    SendReport(report);
+}
+
+void TreeCore::OnSceneChange(const std::vector<du::SmartPtr<qxk::Instance>>& changed) {
+    auto report = std::make_shared<Report>();
+    {
+        WorldGuard guard(WorldMutex());
+        std::vector<InstanceNode*> start;
+        for (const auto& instance : changed) start.push_back(&Node(*instance));
+        std::vector<InstanceNode*> affected;
+        WithAncestors(start, affected);
+        Collect(affected, *report);
+    }
+    SendReport(report);
+}
+
+void TreeCore::OnActiveView(const du::SmartPtr<qxk::View>& active) {
+    auto report = std::make_shared<Report>();
+    bool sceneChanged = false;
+    {
+        WorldGuard guard(WorldMutex());
+        view = active;
+        du::SmartPtr<qxk::Scene> viewScene;
+        if (active) viewScene = active->GetViewState().scene;
+        // The tree follows the active view when it shows a shape scene.
+        auto shapeScene = du::DynamicCast<qxk::ShapeScene>(viewScene);
+        if (shapeScene && shapeScene != scene) {
+            WatchScene(shapeScene);
+            sceneChanged = true;
+            std::vector<InstanceNode*> all;
+            AllInstances(all);
+            Collect(all, *report);
+        }
+    }
+    Post([active, sceneChanged](guitree::GuiInterface& gui) { gui.PostOnActiveViewChanged(active, sceneChanged); });
+    if (!report->changes.empty())
+        Post([report, active](guitree::GuiInterface& gui) {
+            gui.UpdateVisAndTypeIconVisibleChanges(active, report->changes);
+        });
+}
+
+void TreeCore::Unwatch() {
+    if (world && treeListener) world->Tree().RemoveListener(treeListener);
+    if (scene && sceneListener) RemoveSceneListener(*scene, sceneListener);
+    if (viewListener) RemoveActiveViewListener(viewListener);
+    treeListener = sceneListener = viewListener = 0;
+}
+
+void ListenerImpl::OnView(const du::SmartPtr<qxk::View>& view) {
+    if (auto core = core_.lock()) {
+        WorldGuard guard(WorldMutex());
+        core->view = view;
+    }
+}
+
+void ListenerImpl::OnViewClosed(const du::SmartPtr<qxk::View>& view) {
+    if (auto core = core_.lock()) {
+        WorldGuard guard(WorldMutex());
+        if (core->view == view) core->view = nullptr;
+    }
+}
+
+void ListenerImpl::OnScene(const du::SmartPtr<qxk::Scene>& scene) {
+    auto core = core_.lock();
+    auto shapeScene = du::DynamicCast<qxk::ShapeScene>(scene);
+    if (!core || !shapeScene) return;
+    auto report = std::make_shared<Report>();
+    {
+        WorldGuard guard(WorldMutex());
+        if (core->closed || core->scene == shapeScene) return;
+        core->WatchScene(shapeScene);
+        std::vector<InstanceNode*> all;
+        core->AllInstances(all);
+        core->Collect(all, *report);
+    }
+    core->SendReport(report);
+}
+
+}  // namespace
+
+}  // namespace devhost
+
+struct guitree::GuiTree::State {
+    std::shared_ptr<devhost::TreeCore> core = std::make_shared<devhost::TreeCore>();
+};
+
+namespace guitree {
+
+GuiTree::GuiTree(const du::SmartPtr<dom::ManagedObject>& owner) : state_(new State()) {
+    state_->core->owner = owner;
+    state_->core->listener = new devhost::ListenerImpl(state_->core);
+}
+
+GuiTree::~GuiTree() {
+    Close();
+    delete state_;
+}
+
+void GuiTree::SetTreeState(du::SmartPtr<TreeStateBase> state) {
+    if (devhost::HitFault("guitree::GuiTree::SetTreeState")) return;
+    treeState_ = state;
+}
+
+void GuiTree::SetGuiInterface(GuiInterface* gui) {
+    if (devhost::HitFault("guitree::GuiTree::SetGuiInterface")) return;
+    du::SmartPtr<SceneViewListener> listener;
+    {
+        devhost::WorldGuard guard(devhost::WorldMutex());
+        state_->core->gui = gui;
+        listener = state_->core->listener;
+    }
+    // The interface learns of its listener at once, on the caller's thread,
+    // so that it can name its scene before the tree's first events arrive.
+    if (gui) gui->SetSceneViewListener(listener);
+}
+
+void GuiTree::Initialise(const du::SmartPtr<qxk::World>& world) {
+    if (devhost::HitFault("guitree::GuiTree::Initialise")) return;
+    auto core = state_->core;
+    std::weak_ptr<devhost::TreeCore> weak = core;
+    struct Entry {
+        du::SmartPtr<qxk::BaseInstance> instance;
+        du::SmartPtr<qxk::BaseInstance> parent;
+    };
+    auto entries = std::make_shared<std::vector<Entry>>();
+    auto report = std::make_shared<devhost::Report>();
+    {
+        devhost::WorldGuard guard(devhost::WorldMutex());
+        if (!world || core->closed || core->initialised) return;
+        core->initialised = true;
+        core->world = &devhost::Model(*world);
+        core->treeListener = core->world->Tree().AddListener([weak](const devhost::TreeChange& change) {
+            if (auto c = weak.lock()) c->OnTreeChange(change);
+        });
+        core->viewListener = devhost::AddActiveViewListener([weak](const du::SmartPtr<qxk::View>& view) {
+            if (auto c = weak.lock()) c->OnActiveView(view);
+        });
+        if (!core->scene) {  // until the interface names one, the tree shows the active view's scene
+            auto manager = devhost::CurrentSceneManager();
+            if (manager && manager->active) {
+                core->view = manager->active;
+                core->WatchScene(du::DynamicCast<qxk::ShapeScene>(manager->active->GetViewState().scene));
+            }
+        }
+        std::vector<devhost::InstanceNode*> all;
+        core->AllInstances(all);
+        entries->reserve(all.size());
+        for (devhost::InstanceNode* node : all) entries->push_back({node, node->parent});
+        core->Collect(all, *report);
+    }
+    core->Post([entries](GuiInterface& gui) {
+        gui.StartTreeUpdate();
+        for (const Entry& e : *entries) gui.InstanceCreate(e.instance, e.parent, false);
+        gui.FinishTreeUpdate();
+    });
+    core->SendReport(report);
+}
+
+void GuiTree::Close() {
+    if (devhost::HitFault("guitree::GuiTree::Close")) return;
+    du::SmartPtr<dom::ManagedObject> owner;
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    auto& core = *state_->core;
+    if (core.closed) return;
+    core.closed = true;
+    core.Unwatch();
+    core.gui = nullptr;
+    owner = std::move(core.owner);  // released after the lock
+}
+
+du::SmartPtr<qxk::BaseTree> GuiTree::GetBaseTree() {
+    if (devhost::HitFault("guitree::GuiTree::GetBaseTree")) return nullptr;
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    return state_->core->world ? state_->core->world->tree : nullptr;
+}
+
+int TreeStateBase::GetVisibilityState(const du::SmartPtr<qxk::BaseInstance>&) { return VS_Num; }
+
+StructureTreeState::StructureTreeState(GuiTree& tree, bool trackVisibility)
+    : TreeStateBase(tree), trackVisibility_(trackVisibility) {}
+
+StructureTreeState::~StructureTreeState() = default;
+
+int StructureTreeState::GetVisibilityState(const du::SmartPtr<qxk::BaseInstance>& instance) {
+    if (devhost::HitFault("guitree::StructureTreeState::GetVisibilityState")) return VS_Num;
+    auto node = dynamic_cast<const devhost::InstanceNode*>(instance.get());
+    if (!trackVisibility_ || !node) return VS_Num;
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    return devhost::VisibilityStateOf(GetGuiTree().GetGuiTreeState().core->scene.get(), *node);
+}
+
+}  // namespace guitree

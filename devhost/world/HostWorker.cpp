@@ -1,0 +1,77 @@
+#include "devhost/world/HostWorker.h"
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace devhost {
+
+namespace {
+
+class HostWorker {
+public:
+    HostWorker() : thread_([this] { Run(); }) {}
+    ~HostWorker() {
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            stopping_ = true;
+        }
+        wake_.notify_all();
+        thread_.join();
+    }
+
+    void Post(std::function<void()> job) {
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            jobs_.push_back(std::move(job));
+            ++posted_;
+        }
+        wake_.notify_all();
+    }
+
+    void Drain() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        unsigned long long target = posted_;
+        idle_.wait(lock, [&] { return done_ >= target; });
+    }
+
+private:
+    void Run() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        for (;;) {
+            wake_.wait(lock, [this] { return stopping_ || !jobs_.empty(); });
+            if (jobs_.empty()) return;  // stopping with nothing left
+            std::function<void()> job = std::move(jobs_.front());
+            jobs_.pop_front();
+            lock.unlock();
+            job();
+            job = nullptr;  // what the job held goes on this thread, outside the lock
+            lock.lock();
+            ++done_;
+            idle_.notify_all();
+        }
+    }
+
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::condition_variable idle_;
+    std::deque<std::function<void()>> jobs_;
+    unsigned long long posted_ = 0;
+    unsigned long long done_ = 0;
+    bool stopping_ = false;
+    std::thread thread_;
+};
+
+HostWorker& Worker() {
+    static HostWorker worker;
+    return worker;
+}
+
+}  // namespace
+
+void RunOnHostWorker(std::function<void()> job) { Worker().Post(std::move(job)); }
+
+void DrainHostWorker() { Worker().Drain(); }
+
+}  // namespace devhost

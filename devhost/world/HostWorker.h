@@ -1,0 +1,14 @@
+#pragma once
+
+#include <functional>
+
+namespace devhost {
+
+// The host's background thread, on which host work such as the reading of
+// proxies finishes, as it would on a real viewer's loader thread.
+void RunOnHostWorker(std::function<void()> job);
+
+// Waits until every job posted so far has run.
+void DrainHostWorker();
+
+}  // namespace devhost

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "du/SmartPtr.h"
+#include "du/Symbol.h"
+#include "qxk/Instance.h"
+
+namespace devhost {
+
+class TreeModel;
+
+// What a proxy does when it is asked to read its branch.
+enum class ProxyOutcome {
+    Expand,  // the branch comes into the tree
+    Fail,    // the read fails; the proxy is marked failed
+    Never    // the read never answers on its own
+};
+
+// Whether a read finishes on the host's own (on a worker thread) or waits
+// until a test releases it.
+enum class ProxyCompletion { Auto, Manual };
+
+struct ProxyInfo {
+    ProxyOutcome outcome = ProxyOutcome::Expand;
+    ProxyCompletion completion = ProxyCompletion::Auto;
+    bool expanded = false;
+    bool failed = false;
+    bool reading = false;
+    // The unread branch: instances that join the tree on a successful read.
+    std::vector<du::SmartPtr<class InstanceNode>> branch;
+};
+
+// An instance of the devhost's structure. Everything in it is guarded by
+// the world lock. Instances of an unread branch already have their parent
+// (the proxy), so their idpath is valid, but belong to no tree.
+class InstanceNode : public qxk::Instance {
+public:
+    InstanceNode(std::uint64_t uid, const du::Symbol& name) : uid(uid), name(name) {}
+
+    const std::uint64_t uid;
+    const du::Symbol name;
+    InstanceNode* parent = nullptr;
+    std::vector<du::SmartPtr<InstanceNode>> children;
+    TreeModel* tree = nullptr;           // null while unread or after removal
+    std::unique_ptr<ProxyInfo> proxy;    // null for an ordinary instance
+    int visibilityOverride = 0;          // 1..9 forces the tree's visibility state
+    du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
+
+    std::string IdPath() const;  // under the world lock
+};
+
+inline InstanceNode& Node(qxk::BaseInstance& instance) { return static_cast<InstanceNode&>(instance); }
+inline const InstanceNode& Node(const qxk::BaseInstance& instance) {
+    return static_cast<const InstanceNode&>(instance);
+}
+
+// Instance ids are unique in the process; explicit ids move the counter on.
+std::uint64_t NextInstanceId();
+void ReserveInstanceId(std::uint64_t id);
+
+}  // namespace devhost

@@ -1,0 +1,178 @@
+// The host operations of instances, trees and their visitors.
+
+
+#include "devhost/platform/Faults.h"
+#include "devhost/world/TreeModel.h"
+#include "devhost/world/WorldLock.h"
+#include "qxk/BaseInstanceVisitor.h"
+
+namespace {
+
+using devhost::InstanceNode;
+
+// One step of a walk taken under the lock and replayed without it.
+struct WalkStep {
+    du::SmartPtr<qxk::BaseInstance> instance;
+    unsigned int level;
+    std::size_t branchEnd;  // index behind the last step of its branch (depth-first only)
+};
+
+void CollectDepthFirst(InstanceNode& start, std::vector<WalkStep>& steps) {
+    struct Frame { InstanceNode* node; unsigned int level; std::size_t index; };
+    std::vector<Frame> stack{{&start, 0, 0}};
+    while (!stack.empty()) {
+        Frame frame = stack.back();
+        stack.pop_back();
+        if (!frame.node) {  // end marker of a branch
+            steps[frame.index].branchEnd = steps.size();
+            continue;
+        }
+        std::size_t index = steps.size();
+        steps.push_back({du::SmartPtr<qxk::BaseInstance>(frame.node), frame.level, 0});
+        stack.push_back({nullptr, 0, index});
+        for (auto it = frame.node->children.rbegin(); it != frame.node->children.rend(); ++it)
+            stack.push_back({it->get(), frame.level + 1, 0});
+    }
+}
+
+// Replays a depth-first walk; a false answer skips the branch.
+void ReplayDepthFirst(const std::vector<WalkStep>& steps, qxk::BaseInstanceVisitor& visitor) {
+    std::size_t i = 0;
+    while (i < steps.size()) {
+        if (visitor.Visit(steps[i].instance, steps[i].level))
+            ++i;
+        else
+            i = steps[i].branchEnd;
+    }
+}
+
+// A breadth-first walk asks the visitor level by level, so it is run under
+// the lock a level at a time and the visitor is called between levels.
+void WalkBreadthFirst(std::vector<du::SmartPtr<InstanceNode>> level, qxk::BaseInstanceVisitor& visitor) {
+    unsigned int depth = 0;
+    while (!level.empty()) {
+        std::vector<du::SmartPtr<InstanceNode>> accepted;
+        for (const auto& node : level)
+            if (visitor.Visit(du::SmartPtr<qxk::BaseInstance>(node.get()), depth)) accepted.push_back(node);
+        std::vector<du::SmartPtr<InstanceNode>> next;
+        {
+            devhost::WorldGuard guard(devhost::WorldMutex());
+            for (const auto& node : accepted)
+                for (const auto& child : node->children) next.push_back(child);
+        }
+        level.swap(next);
+        ++depth;
+    }
+}
+
+}  // namespace
+
+namespace qxk {
+
+bool BaseInstanceVisitor::Visit(const du::SmartPtr<BaseInstance>&, unsigned int) { return true; }
+BaseInstanceVisitor::~BaseInstanceVisitor() = default;
+
+bool InstanceVisitor::Visit(const du::SmartPtr<BaseInstance>& instance, unsigned int) {
+    du::SmartPtr<Instance> asInstance = du::DynamicCast<Instance>(instance);
+    return asInstance ? VisitInstance(asInstance) : true;
+}
+InstanceVisitor::~InstanceVisitor() = default;
+bool InstanceVisitor::VisitInstance(const du::SmartPtr<Instance>&) { return true; }
+
+std::uint64_t BaseInstance::GetUniqueId() const { return devhost::Node(*this).uid; }
+
+du::Symbol BaseInstance::GetIdPath() const {
+    if (devhost::HitFault("qxk::BaseInstance::GetIdPath")) return du::Symbol();
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    return du::Symbol(devhost::Node(*this).IdPath());
+}
+
+du::Symbol BaseInstance::GetName() const { return devhost::Node(*this).name; }
+
+du::SmartPtr<BaseInstance> BaseInstance::GetParent() const {
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    return devhost::Node(*this).parent;
+}
+
+void BaseInstance::GetChildren(std::vector<du::SmartPtr<BaseInstance>>& children) const {
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    for (const auto& child : devhost::Node(*this).children) children.emplace_back(child.get());
+}
+
+void BaseInstance::Visit(BaseInstanceVisitor& visitor, VisitType type) {
+    if (devhost::HitFault("qxk::BaseInstance::Visit")) return;
+    InstanceNode& self = devhost::Node(*this);
+    if (type == VT_BreadthFirst) {
+        WalkBreadthFirst({du::SmartPtr<InstanceNode>(&self)}, visitor);
+        return;
+    }
+    std::vector<WalkStep> steps;
+    {
+        devhost::WorldGuard guard(devhost::WorldMutex());
+        CollectDepthFirst(self, steps);
+    }
+    ReplayDepthFirst(steps, visitor);
+}
+
+void BaseTree::GetNumInstances(unsigned int& count) const {
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    count = static_cast<const devhost::TreeModel*>(this)->count;
+}
+
+void BaseTree::Visit(BaseInstanceVisitor& visitor, VisitType type) const {
+    if (devhost::HitFault("qxk::BaseTree::Visit")) return;
+    const auto& model = *static_cast<const devhost::TreeModel*>(this);
+    std::vector<du::SmartPtr<InstanceNode>> roots;
+    {
+        devhost::WorldGuard guard(devhost::WorldMutex());
+        roots = model.roots;
+    }
+    if (type == VT_BreadthFirst) {
+        WalkBreadthFirst(roots, visitor);
+        return;
+    }
+    std::vector<WalkStep> steps;
+    {
+        devhost::WorldGuard guard(devhost::WorldMutex());
+        steps.reserve(model.count);
+        for (const auto& root : roots)
+            if (root->tree == &model) CollectDepthFirst(*root, steps);
+    }
+    ReplayDepthFirst(steps, visitor);
+}
+
+du::SmartPtr<Instance> Tree::FindInstance(const du::Symbol& idPath) const {
+    if (devhost::HitFault("qxk::Tree::FindInstance")) return nullptr;
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    return du::SmartPtr<Instance>(static_cast<const devhost::TreeModel*>(this)->Find(idPath.safe_c_str()));
+}
+
+void Tree::GetRoots(std::vector<du::SmartPtr<Instance>>& roots) const {
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    for (const auto& root : static_cast<const devhost::TreeModel*>(this)->roots) roots.emplace_back(root.get());
+}
+
+bool Instance::IsProxy() const {
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    return devhost::Node(*this).proxy != nullptr;
+}
+
+bool Instance::IsProxyExpanded() const {
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    const auto& proxy = devhost::Node(*this).proxy;
+    return proxy && proxy->expanded;
+}
+
+bool Instance::IsExpandableProxy() const {
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    const auto& proxy = devhost::Node(*this).proxy;
+    return proxy && !proxy->expanded && !proxy->failed;
+}
+
+bool Instance::HasProxyExpandFailed() const {
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    const auto& proxy = devhost::Node(*this).proxy;
+    return proxy && proxy->failed;
+}
+
+}  // namespace qxk

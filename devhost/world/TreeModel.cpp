@@ -1,0 +1,110 @@
+#include "devhost/world/TreeModel.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "devhost/world/WorldLock.h"
+
+namespace devhost {
+
+TreeModel::TreeModel() = default;
+TreeModel::~TreeModel() = default;
+
+std::size_t TreeModel::KeyHash::operator()(const Key& key) const {
+    std::size_t h = std::hash<std::string_view>()(std::string_view(key.name.safe_c_str(), key.name.length()));
+    return h ^ (std::hash<const void*>()(key.parent) * 0x9e3779b97f4a7c15ull);
+}
+
+void TreeModel::Index(InstanceNode& node, TreeChange& change) {
+    // Iterative, so that deep structures do not use up an actor's stack.
+    std::vector<InstanceNode*> stack{&node};
+    while (!stack.empty()) {
+        InstanceNode* current = stack.back();
+        stack.pop_back();
+        current->tree = this;
+        index_.emplace(Key{current->parent, current->name}, current);
+        ++count;
+        change.added.emplace_back(current);
+        for (auto it = current->children.rbegin(); it != current->children.rend(); ++it) stack.push_back(it->get());
+    }
+}
+
+void TreeModel::Unindex(InstanceNode& node, TreeChange& change) {
+    std::vector<InstanceNode*> stack{&node};
+    while (!stack.empty()) {
+        InstanceNode* current = stack.back();
+        stack.pop_back();
+        current->tree = nullptr;
+        index_.erase(Key{current->parent, current->name});
+        --count;
+        change.removed.emplace_back(current);
+        for (auto it = current->children.rbegin(); it != current->children.rend(); ++it) stack.push_back(it->get());
+    }
+}
+
+bool TreeModel::Attach(InstanceNode* parent, const du::SmartPtr<InstanceNode>& node, TreeChange& change) {
+    if (Child(parent, node->name)) return false;
+    node->parent = parent;
+    if (parent)
+        parent->children.push_back(node);
+    else
+        roots.push_back(node);
+    Index(*node, change);
+    return true;
+}
+
+void TreeModel::AttachBranch(InstanceNode& proxy, TreeChange& change) {
+    std::vector<du::SmartPtr<InstanceNode>> branch;
+    branch.swap(proxy.proxy->branch);
+    for (const auto& node : branch) Attach(&proxy, node, change);
+}
+
+void TreeModel::Detach(InstanceNode& node, TreeChange& change) {
+    Unindex(node, change);
+    auto& siblings = node.parent ? node.parent->children : roots;
+    auto it = std::find_if(siblings.begin(), siblings.end(), [&](const auto& p) { return p.get() == &node; });
+    if (it != siblings.end()) siblings.erase(it);
+}
+
+InstanceNode* TreeModel::Child(const InstanceNode* parent, const du::Symbol& name) const {
+    auto it = index_.find(Key{parent, name});
+    return it == index_.end() ? nullptr : it->second;
+}
+
+InstanceNode* TreeModel::Find(const std::string& idPath) const {
+    if (idPath.empty()) return nullptr;
+    const InstanceNode* current = nullptr;
+    std::size_t start = 0;
+    for (;;) {
+        std::size_t slash = idPath.find('/', start);
+        std::size_t end = slash == std::string::npos ? idPath.size() : slash;
+        InstanceNode* next = Child(current, du::Symbol(idPath.data() + start, end - start));
+        if (!next) return nullptr;
+        if (slash == std::string::npos) return next;
+        current = next;
+        start = slash + 1;
+    }
+}
+
+int TreeModel::AddListener(TreeListener listener) {
+    WorldGuard guard(WorldMutex());
+    listeners_.emplace_back(nextListener_, std::move(listener));
+    return nextListener_++;
+}
+
+void TreeModel::RemoveListener(int id) {
+    WorldGuard guard(WorldMutex());
+    listeners_.erase(std::remove_if(listeners_.begin(), listeners_.end(), [id](const auto& l) { return l.first == id; }),
+                     listeners_.end());
+}
+
+void TreeModel::NotifyTree(const TreeChange& change) {
+    std::vector<TreeListener> listeners;
+    {
+        WorldGuard guard(WorldMutex());
+        for (const auto& l : listeners_) listeners.push_back(l.second);
+    }
+    for (const auto& listener : listeners) listener(change);
+}
+
+}  // namespace devhost

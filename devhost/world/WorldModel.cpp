@@ -1,0 +1,130 @@
+#include "devhost/world/WorldModel.h"
+
+#include <atomic>
+
+#include "devhost/platform/Faults.h"
+#include "devhost/world/WorldLock.h"
+#include "qxk/BaseInstanceVisitor.h"
+
+namespace devhost {
+
+namespace {
+
+std::atomic<std::uint64_t> nextId{1};
+
+du::SmartPtr<WorldModel>& Current() {
+    static du::SmartPtr<WorldModel> world;
+    return world;
+}
+
+}  // namespace
+
+std::uint64_t NextInstanceId() { return nextId.fetch_add(1); }
+
+void ReserveInstanceId(std::uint64_t id) {
+    std::uint64_t seen = nextId.load();
+    while (seen <= id && !nextId.compare_exchange_weak(seen, id + 1)) {
+    }
+}
+
+std::string InstanceNode::IdPath() const {
+    std::vector<const InstanceNode*> chain;
+    for (const InstanceNode* n = this; n; n = n->parent) chain.push_back(n);
+    std::string path;
+    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+        if (!path.empty()) path += '/';
+        path += (*it)->name.safe_c_str();
+    }
+    return path;
+}
+
+WorldModel::WorldModel(const std::string& actorName)
+    : qxk::World(new TreeModel(), new WindowImpl(du::Symbol(actorName)), new RootContainerImpl()),
+      actorName(actorName) {}
+
+WorldModel::~WorldModel() = default;
+
+void WorldModel::SetExtension(const std::string& key, const du::SmartPtr<du::RefCounted>& value) {
+    WorldGuard guard(WorldMutex());
+    extensions_[key] = value;
+}
+
+du::SmartPtr<du::RefCounted> WorldModel::GetExtension(const std::string& key) const {
+    WorldGuard guard(WorldMutex());
+    auto it = extensions_.find(key);
+    return it == extensions_.end() ? nullptr : it->second;
+}
+
+void SetCurrentWorld(const du::SmartPtr<WorldModel>& world) {
+    du::SmartPtr<WorldModel> old;
+    {
+        WorldGuard guard(WorldMutex());
+        old = Current();
+        Current() = world;
+    }
+    if (old && old != world) {
+        TreeChange cleared;
+        cleared.cleared = true;
+        old->Tree().NotifyTree(cleared);
+    }
+}
+
+du::SmartPtr<WorldModel> MakeWorld(const std::string& actorName) {
+    du::SmartPtr<WorldModel> world(new WorldModel(actorName));
+    SetCurrentWorld(world);
+    return world;
+}
+
+void DropWorld() { SetCurrentWorld(nullptr); }
+
+du::SmartPtr<WorldModel> CurrentWorld() {
+    WorldGuard guard(WorldMutex());
+    return Current();
+}
+
+}  // namespace devhost
+
+// The host operations of the world and its structure.
+
+namespace qxk {
+
+World::World(const du::SmartPtr<Tree>& worldTree, const du::SmartPtr<Window>& worldWindow,
+             const du::SmartPtr<MultiRootContainer>& container)
+    : tree(worldTree), window(worldWindow), rootContainer(container) {}
+
+World::~World() = default;
+
+du::SmartPtr<World> World::GetWorld() {
+    if (devhost::HitFault("qxk::World::GetWorld")) return nullptr;
+    return devhost::CurrentWorld();
+}
+
+du::Symbol World::GetActorName() const {
+    if (devhost::HitFault("qxk::World::GetActorName")) return du::Symbol();
+    return du::Symbol(static_cast<const devhost::WorldModel*>(this)->actorName);
+}
+
+du::Symbol Window::GetTitle() const { return static_cast<const devhost::WindowImpl*>(this)->title; }
+
+du::Symbol Structure::GetName() const { return static_cast<const devhost::StructureImpl*>(this)->name; }
+
+void Structure::GetTree(du::SmartPtr<Tree>& result) const {
+    result = static_cast<const devhost::StructureImpl*>(this)->tree;
+}
+
+bool MultiRootContainer::GetPrimaryStructure(du::SmartPtr<Structure>& structure) const {
+    structure = nullptr;
+    if (devhost::HitFault("qxk::MultiRootContainer::GetPrimaryStructure")) return false;
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    const auto& all = static_cast<const devhost::RootContainerImpl*>(this)->structures;
+    if (all.empty()) return false;
+    structure = all.front();
+    return true;
+}
+
+void MultiRootContainer::GetStructures(std::vector<du::SmartPtr<Structure>>& result) const {
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    for (const auto& s : static_cast<const devhost::RootContainerImpl*>(this)->structures) result.emplace_back(s);
+}
+
+}  // namespace qxk
