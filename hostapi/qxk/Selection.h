@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -42,11 +43,12 @@ protected:
     ~SelectionItem() override = default;
 };
 
-// Told when the selection of a scene changes. The selection manager keeps a
-// reference to every registered observer.
+// Told when the selection of a scene changes, with the number of items now
+// selected. The selection manager keeps a reference to every registered
+// observer.
 class SelectionObserver : public virtual du::RefCounted {
 public:
-    virtual void OnSelectionChanged(unsigned int selectionSet) const = 0;
+    virtual void OnSelectionChanged(unsigned int selectionSet, std::size_t itemCount) const = 0;
 
 protected:
     SelectionObserver() = default;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "dom/ManagedObject.h"
 #include "du/SmartPtr.h"
 #include "qxk/Selection.h"
@@ -17,7 +19,7 @@ public:
     PSBSelectionObserver(const du::SmartPtr<qxplugin::PluginHandlerIf>& plugin, bool includeEmpty);
     ~PSBSelectionObserver() override;
 
-    void OnSelectionChanged(unsigned int selectionSet) const override;
+    void OnSelectionChanged(unsigned int selectionSet, std::size_t itemCount) const override;
 
     const du::SmartPtr<qxplugin::PluginHandlerIf>& GetPlugin() const { return plugin_; }
     bool IncludesEmpty() const { return includeEmpty_; }

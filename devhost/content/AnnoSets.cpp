@@ -1,0 +1,37 @@
+#include "devhost/content/AnnoSets.h"
+
+#include "devhost/platform/Faults.h"
+
+namespace devhost {
+namespace {
+
+bool Matches(const AnnoSetTableEntry& entry, qxk::AnnoSetContentType contentType) {
+    return contentType == qxk::AnnoSetContentAll || entry.GetSpec().contentType == contentType;
+}
+
+}  // namespace
+
+AnnoSetTable::AnnoSetTable(const std::vector<AnnoSetSpec>& sets) {
+    for (const auto& set : sets) entries_.emplace_back(new AnnoSetTableEntry(set));
+}
+
+void AnnoSetTable::GetEntries(std::vector<du::SmartPtr<qxk::AnnoSetTableEntry>>& entries,
+                              qxk::AnnoSetContentType contentType) const {
+    if (HitFault("qxk::AnnoSetTable::GetEntries")) return;
+    for (const auto& entry : entries_)
+        if (Matches(*entry, contentType)) entries.emplace_back(entry);
+}
+
+bool AnnoSetTable::GetAnnotationEntry(const du::Symbol& name, qxk::AnnoSetContentType contentType,
+                                      du::SmartPtr<qxk::AnnoSetTableEntry>& entry) const {
+    if (HitFault("qxk::AnnoSetTable::GetAnnotationEntry")) return false;
+    for (const auto& candidate : entries_) {
+        if (candidate->GetName() == name && Matches(*candidate, contentType)) {
+            entry = candidate;
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace devhost

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <vector>
+
+#include "du/SmartPtr.h"
+#include "du/Symbol.h"
+#include "qxk/AnnoSetTable.h"
+
+namespace devhost {
+
+struct AnnoSetSpec {
+    du::Symbol name;
+    du::Symbol propName;
+    qxk::AnnoSetContentType contentType = qxk::AnnoSetContentModel;
+    // What kind of scene the scene manager builds for this set.
+    enum class SceneKind { Shape, Illustration3d, Plain } sceneKind = SceneKind::Shape;
+};
+
+class AnnoSetTableEntry final : public qxk::AnnoSetTableEntry {
+public:
+    explicit AnnoSetTableEntry(AnnoSetSpec spec) : spec_(std::move(spec)) {}
+    du::Symbol GetName() const override { return spec_.name; }
+    du::Symbol GetPropName() const override { return spec_.propName; }
+    const AnnoSetSpec& GetSpec() const { return spec_; }
+
+private:
+    const AnnoSetSpec spec_;
+};
+
+// The world's annotation sets in table order; fixed once made. Content type
+// 0 asks for every entry, any other for the entries of that type.
+class AnnoSetTable final : public qxk::AnnoSetTable {
+public:
+    explicit AnnoSetTable(const std::vector<AnnoSetSpec>& sets);
+
+    void GetEntries(std::vector<du::SmartPtr<qxk::AnnoSetTableEntry>>& entries,
+                    qxk::AnnoSetContentType contentType) const override;
+    bool GetAnnotationEntry(const du::Symbol& name, qxk::AnnoSetContentType contentType,
+                            du::SmartPtr<qxk::AnnoSetTableEntry>& entry) const override;
+
+private:
+    std::vector<du::SmartPtr<AnnoSetTableEntry>> entries_;
+};
+
+}  // namespace devhost

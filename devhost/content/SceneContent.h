@@ -1,0 +1,31 @@
+#pragma once
+
+#include <vector>
+
+#include "devhost/content/Selection.h"
+#include "dg/Color.h"
+#include "du/SmartPtr.h"
+#include "du/Symbol.h"
+#include "qxannotations/Label.h"
+#include "qxk/GeomOverride.h"
+#include "qxk/Scene.h"
+#include "qxk/ShapeInstance.h"
+
+namespace devhost {
+
+// A scene's selection manager, made with the scene's first use of it.
+du::SmartPtr<SelectionManager> SelectionOf(const qxk::Scene& scene);
+
+// Labels attached to a scene, in the order attached; the scene keeps them.
+void AttachLabel(const qxk::Scene& scene, const du::SmartPtr<qxannotations::Label>& label);
+std::vector<du::SmartPtr<qxannotations::Label>> LabelsOf(const qxk::Scene& scene);
+
+// Markup state of one shape instance: markups are shown unless hidden, and
+// have no colour override until one is set.
+void SetMarkupVisibility(const qxk::ShapeInstance& shapeInstance, const du::Symbol& markupId,
+                         qxk::GeomOverride::Visibility visibility);
+qxk::GeomOverride::Visibility GetMarkupVisibility(const qxk::ShapeInstance& shapeInstance, const du::Symbol& markupId);
+void SetMarkupColor(const qxk::ShapeInstance& shapeInstance, const du::Symbol& markupId, const dg::Color& color);
+bool GetMarkupColor(const qxk::ShapeInstance& shapeInstance, const du::Symbol& markupId, dg::Color& color);
+
+}  // namespace devhost

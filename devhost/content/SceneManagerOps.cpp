@@ -1,0 +1,129 @@
+// The scene manager's operations for annotation sets, the scenes' selection
+// managers, and the illustration scene.
+
+#include "devhost/content/AnnoSets.h"
+#include "devhost/content/SceneContent.h"
+#include "devhost/content/WorldContent.h"
+#include "devhost/platform/Faults.h"
+#include "devhost/world/Application.h"
+#include "devhost/world/Concrete.h"
+#include "devhost/world/HostWorker.h"
+#include "devhost/world/SceneModel.h"
+#include "devhost/world/ViewModel.h"
+#include "devhost/world/WorldLock.h"
+#include "qxk/Instance.h"
+#include "qxk/illustration/Illustration3dScene.h"
+#include "qxkapp/SceneLoadedEvent.h"
+
+namespace {
+
+devhost::SceneManagerImpl& Impl(qxkapp::SceneManager& manager) {
+    return static_cast<devhost::SceneManagerImpl&>(manager);
+}
+
+const devhost::AnnoSetSpec* SpecOf(const du::SmartPtr<qxk::AnnoSetTableEntry>& entry) {
+    const auto* own = dynamic_cast<const devhost::AnnoSetTableEntry*>(entry.get());
+    return own ? &own->GetSpec() : nullptr;
+}
+
+}  // namespace
+
+namespace qxk {
+
+void Scene::GetSelectionManager(du::SmartPtr<SelectionManager>& manager) const {
+    manager = nullptr;
+    if (devhost::HitFault("qxk::Scene::GetSelectionManager")) return;
+    manager = devhost::SelectionOf(*this);
+}
+
+namespace illustration {
+
+void Illustration3dScene::RestoreFigureVisibility() {
+    if (devhost::HitFault("qxk::illustration::Illustration3dScene::RestoreFigureVisibility")) return;
+    std::set<du::SmartPtr<Instance>> instances;
+    GetAllInstances(instances);
+    for (const auto& instance : instances) {
+        du::SmartPtr<ShapeInstance> shapeInstance;
+        if (GetShapeInstance(instance, shapeInstance) && shapeInstance) shapeInstance->SetVisibility(true, false);
+    }
+    if (auto content = devhost::CurrentContent()) content->CountRestoredFigureVisibility();
+}
+
+}  // namespace illustration
+}  // namespace qxk
+
+namespace qxkapp {
+
+void SceneManager::RemoveAllViews(const du::SmartPtr<qxk::Scene>& scene) {
+    if (devhost::HitFault("qxkapp::SceneManager::RemoveAllViews")) return;
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    Impl(*this).RemoveViews(scene);
+}
+
+void SceneManager::RemoveAllScenes() {
+    if (devhost::HitFault("qxkapp::SceneManager::RemoveAllScenes")) return;
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    Impl(*this).RemoveScenes();
+}
+
+du::SmartPtr<qxk::Scene> SceneManager::CreateScene(const du::SmartPtr<qxk::AnnoSetTableEntry>& entry,
+                                                   const du::SmartPtr<qxk::Tree>&) {
+    if (devhost::HitFault("qxkapp::SceneManager::CreateScene")) return nullptr;
+    // A scene for no set, or for a set of another table, is a plain 3D scene,
+    // as a viewer opens a model with no annotation set chosen.
+    const devhost::AnnoSetSpec* spec = SpecOf(entry);
+    const du::Symbol name = entry ? entry->GetName() : du::Symbol("Scene");
+    du::SmartPtr<qxk::Scene> scene;
+    switch (spec ? spec->sceneKind : devhost::AnnoSetSpec::SceneKind::Shape) {
+        case devhost::AnnoSetSpec::SceneKind::Shape: scene = devhost::MakeShapeScene(name); break;
+        case devhost::AnnoSetSpec::SceneKind::Illustration3d:
+            scene = new devhost::Concrete<qxk::illustration::Illustration3dScene>(name);
+            break;
+        case devhost::AnnoSetSpec::SceneKind::Plain: scene = devhost::MakePlainScene(name); break;
+    }
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    Impl(*this).AddScene(scene);
+    return scene;
+}
+
+du::SmartPtr<qxk::View> SceneManager::CreateView(const du::SmartPtr<qxk::Scene>& scene,
+                                                 const du::SmartPtr<qxk::Window>& window) {
+    if (devhost::HitFault("qxkapp::SceneManager::CreateView") || !scene) return nullptr;
+    // The view that a viewer opens on a scene of each kind.
+    const char* kind = scene->IsATypeOf(qxk::illustration::Illustration3dScene::CLASS_TYPE) ? "illustration"
+                       : scene->IsATypeOf(qxk::ShapeScene::CLASS_TYPE)                       ? "shape"
+                                                                                               : "document";
+    du::SmartPtr<qxk::View> view = devhost::MakeView(scene, devhost::ViewKindNumber(kind), scene->GetName(), window);
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    Impl(*this).AddView(view);
+    return view;
+}
+
+void SceneManager::SetAnnotationSetTable(const du::SmartPtr<qxk::AnnoSetTable>& table) {
+    if (devhost::HitFault("qxkapp::SceneManager::SetAnnotationSetTable")) return;
+    if (auto content = devhost::CurrentContent()) content->SetSceneManagerTable(table);
+}
+
+void SceneManager::ApplyAnnotations(const du::SmartPtr<qxk::Scene>& scene,
+                                    const du::SmartPtr<qxk::AnnoSetTableEntry>& entry, const du::SmartPtr<qxk::Tree>&,
+                                    SceneLoadedEvent* event, unsigned int mask, bool keepCamera) {
+    if (devhost::HitFault("qxkapp::SceneManager::ApplyAnnotations")) return;
+    du::SmartPtr<devhost::WorldContent> content = devhost::CurrentContent();
+    if (!content) return;
+    const du::Symbol name = entry ? entry->GetName() : du::Symbol();
+    const std::size_t index = content->RecordApplied({scene, name, mask, keepCamera, -1});
+    const bool fails = !scene || !entry || content->ApplyFails(name);
+    du::SmartPtr<SceneLoadedEvent> held(event);
+    // The set is applied on the host's worker, as a viewer reads it in the
+    // background; the event reports the end.
+    devhost::RunOnHostWorker([content, index, fails, held] {
+        content->SetAppliedStatus(index, fails ? 1 : 0);
+        if (!held) return;
+        if (fails)
+            held->CompleteWithError(1);
+        else
+            held->Complete();
+    });
+}
+
+}  // namespace qxkapp

@@ -1,0 +1,124 @@
+#include "devhost/content/Selection.h"
+
+#include "devhost/platform/ActorTasks.h"
+#include "devhost/platform/Faults.h"
+#include "dom/ManagedObject.h"
+
+namespace devhost {
+
+du::Symbol SelectionRepresentation::GetContentType() const { return spec_.contentType; }
+
+void SelectionRepresentation::GetFieldNames(std::vector<du::Symbol>& names) const {
+    for (const auto& field : spec_.fields) names.push_back(field.first);
+}
+
+bool SelectionRepresentation::GetField(const du::Symbol& name, std::string& value) const {
+    if (HitFault("qxk::SelectionItemRepresentation::GetField") || spec_.failingFields.count(name)) return false;
+    for (const auto& field : spec_.fields) {
+        if (field.first == name) {
+            value = field.second;
+            return true;
+        }
+    }
+    return false;
+}
+
+SelectionItem::SelectionItem(const SelectionItemSpec& spec)
+    : spec_(spec),
+      representation_(spec.hasRepresentation ? new SelectionRepresentation(spec) : nullptr) {}
+
+du::SmartPtr<qxk::SelectionItemRepresentation> SelectionItem::GetRepresentation() const {
+    if (HitFault("qxk::SelectionItem::GetRepresentation")) return nullptr;
+    return representation_;
+}
+
+bool SelectionManager::GetSelectedItems(unsigned int selectionSet, const du::Symbol& contentType,
+                                        std::vector<du::SmartPtr<qxk::SelectionItem>>& items,
+                                        qxk::ExpandRule) const {
+    if (HitFault("qxk::SelectionManager::GetSelectedItems")) return false;
+    // Items are kept as selected; the expand rule matters only for assembly
+    // items, which this host selects as themselves.
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = sets_.find(selectionSet);
+    if (found == sets_.end()) return true;
+    for (const auto& item : found->second) {
+        if (contentType.empty() || item->GetSpec().contentType == contentType) items.emplace_back(item);
+    }
+    return true;
+}
+
+void SelectionManager::Clear() {
+    std::vector<unsigned int> cleared;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        ++clearCount_;
+        for (const auto& set : sets_) cleared.push_back(set.first);
+        sets_.clear();
+    }
+    for (unsigned int set : cleared) Notify(set);
+}
+
+bool SelectionManager::RegisterObserver(unsigned int selectionSet, const qxk::SelectionObserver& observer) {
+    if (HitFault("qxk::SelectionManager::RegisterObserver")) return false;
+    std::lock_guard<std::mutex> lock(mutex_);
+    observers_.push_back({selectionSet, du::ConstSmartPtr<qxk::SelectionObserver>(&observer)});
+    return true;
+}
+
+void SelectionManager::SetSelection(unsigned int selectionSet, const std::vector<SelectionItemSpec>& items) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto& set = sets_[selectionSet];
+        set.clear();
+        for (const auto& spec : items) set.emplace_back(new SelectionItem(spec));
+    }
+    Notify(selectionSet);
+}
+
+std::vector<SelectionItemSpec> SelectionManager::GetSelection(unsigned int selectionSet) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<SelectionItemSpec> specs;
+    auto found = sets_.find(selectionSet);
+    if (found != sets_.end())
+        for (const auto& item : found->second) specs.push_back(item->GetSpec());
+    return specs;
+}
+
+unsigned SelectionManager::ClearCount() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return clearCount_;
+}
+
+std::size_t SelectionManager::ObserverCount() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return observers_.size();
+}
+
+std::vector<du::ConstSmartPtr<qxk::SelectionObserver>> SelectionManager::GetObservers() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<du::ConstSmartPtr<qxk::SelectionObserver>> observers;
+    for (const auto& registration : observers_) observers.push_back(registration.observer);
+    return observers;
+}
+
+void SelectionManager::Notify(unsigned int selectionSet) const {
+    std::vector<du::ConstSmartPtr<qxk::SelectionObserver>> targets;
+    std::size_t count = 0;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto set = sets_.find(selectionSet);
+        if (set != sets_.end()) count = set->second.size();
+        for (const auto& registration : observers_)
+            if (registration.selectionSet == selectionSet) targets.push_back(registration.observer);
+    }
+    // Called outside the lock: an observer may read the selection back.
+    for (const auto& observer : targets) {
+        du::SmartPtr<dom::ManagedObject> managed(
+            dynamic_cast<dom::ManagedObject*>(const_cast<qxk::SelectionObserver*>(observer.get())));
+        if (!managed ||
+            !PostTask(managed, [observer, selectionSet, count] { observer->OnSelectionChanged(selectionSet, count); }))
+            observer->OnSelectionChanged(selectionSet, count);
+    }
+}
+
+}  // namespace devhost

@@ -1,0 +1,77 @@
+#include "devhost/content/Viewables.h"
+
+#include <utility>
+
+#include "devhost/platform/Faults.h"
+
+namespace devhost {
+namespace {
+
+const char kFileScheme[] = "file://";
+
+template <class Base>
+class Viewable : public Base {
+public:
+    explicit Viewable(const ViewableSpec& spec) : name_(spec.name), type_(spec.type) {}
+    du::Symbol GetDisplayName() const override { return name_; }
+    du::Symbol GetViewableType() const override { return type_; }
+
+private:
+    const du::Symbol name_;
+    const du::Symbol type_;
+};
+
+class IllustrateViewable final : public Viewable<qxk::IllustrateSource> {
+public:
+    explicit IllustrateViewable(const ViewableSpec& spec) : Viewable(spec) {
+        for (const auto& nested : spec.nested) nested_.push_back(MakeViewable(nested));
+    }
+    const std::vector<du::SmartPtr<qxk::ViewableSource>> GetViewableSources() const override { return nested_; }
+
+private:
+    std::vector<du::SmartPtr<qxk::ViewableSource>> nested_;
+};
+
+class Illustration3dViewable final : public Viewable<qxk::Illustration3dSource> {
+public:
+    explicit Illustration3dViewable(const ViewableSpec& spec) : Viewable(spec), thumbnail_(spec.thumbnail) {}
+    du::Symbol GetThumbnailSource() const override { return thumbnail_; }
+
+private:
+    const du::Symbol thumbnail_;
+};
+
+}  // namespace
+
+du::SmartPtr<qxk::ViewableSource> MakeViewable(const ViewableSpec& spec) {
+    switch (spec.kind) {
+        case ViewableKind::Illustrate: return new IllustrateViewable(spec);
+        case ViewableKind::Illustration3d: return new Illustration3dViewable(spec);
+        case ViewableKind::Plain: break;
+    }
+    return new Viewable<qxk::ViewableSource>(spec);
+}
+
+void ComponentNode::GetViewableSources(std::vector<du::SmartPtr<qxk::ViewableSource>>& sources) const {
+    if (HitFault("qxk::ComponentNode::GetViewableSources")) return;
+    sources.insert(sources.end(), sources_.begin(), sources_.end());
+}
+
+bool Anchor::GetURLForFileSource(const du::Symbol& fileSource, du::Symbol& url, bool) const {
+    if (HitFault("qxk::Anchor::GetURLForFileSource")) return false;
+    const std::string source = fileSource.str();
+    if (source.empty() || source.find("..") != std::string::npos) return false;
+    // Relative or absolute, the loader wants a full URL: both forms give one.
+    url = du::Symbol(kFileScheme + folder_ + "/" + (source[0] == '/' ? source.substr(1) : source));
+    return true;
+}
+
+bool LocalPathOfUrl(const du::Symbol& url, std::string& path) {
+    const std::string text = url.str();
+    const std::string scheme(kFileScheme);
+    if (text.compare(0, scheme.size(), scheme) != 0) return false;
+    path = text.substr(scheme.size());
+    return !path.empty();
+}
+
+}  // namespace devhost

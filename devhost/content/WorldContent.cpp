@@ -1,0 +1,124 @@
+#include "devhost/content/WorldContent.h"
+
+#include <algorithm>
+
+#include "devhost/world/WorldLock.h"
+#include "devhost/world/WorldModel.h"
+
+namespace devhost {
+namespace {
+
+const char kContentKey[] = "content";
+
+}  // namespace
+
+WorldContent::WorldContent(std::string folder)
+    : folder_(std::move(folder)),
+      moduleCalls_(std::make_shared<ModuleCallLog>()),
+      loader_(new Loader),
+      plugin_(new PluginHandler),
+      anchor_(new Anchor(folder_)),
+      emptyComponent_(new ComponentNode({})) {}
+
+void WorldContent::AddEcadModule() {
+    loader_->AddModule("ecadapi", "ecad", "ecadapi", new EcadModule(moduleCalls_));
+}
+
+void WorldContent::AddWebIpcModule() {
+    loader_->AddModule("webipc", "ipc", "default", new WebIpcModule(moduleCalls_));
+}
+
+void WorldContent::AddIllustrateModule(const du::Symbol& profiles) {
+    loader_->AddModule("webapi", "illustrate", "default", new IllustrateModule(moduleCalls_, "illustrate", profiles));
+}
+
+void WorldContent::AddSchematicModule(const du::Symbol& profiles) {
+    loader_->AddModule("webapi", "schematic", "default", new SchematicModule(moduleCalls_, "schematic", profiles));
+}
+
+void WorldContent::AddShape(const du::SmartPtr<Shape>& shape) { shapes_[shape->GetName()] = shape; }
+
+du::SmartPtr<Shape> WorldContent::FindShape(const du::Symbol& name) const {
+    auto found = shapes_.find(name);
+    return found == shapes_.end() ? nullptr : found->second;
+}
+
+void WorldContent::SetAnnoSets(const std::vector<AnnoSetSpec>& sets) { annoSets_ = new AnnoSetTable(sets); }
+
+du::SmartPtr<Loader> WorldContent::GetLoader() const { return loaderPresent_ ? loader_ : nullptr; }
+
+du::SmartPtr<qxk::AnnoSetTable> WorldContent::GetAnnoSetTable() const { return annoSets_; }
+
+std::size_t WorldContent::RecordApplied(AppliedSet applied) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    applied_.push_back(std::move(applied));
+    return applied_.size() - 1;
+}
+
+void WorldContent::SetAppliedStatus(std::size_t index, int status) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (index < applied_.size()) applied_[index].status = status;
+}
+
+std::vector<WorldContent::AppliedSet> WorldContent::AppliedSets() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return applied_;
+}
+
+du::SmartPtr<qxk::AnnoSetTable> WorldContent::SceneManagerTable() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return sceneManagerTable_;
+}
+
+void WorldContent::SetSceneManagerTable(const du::SmartPtr<qxk::AnnoSetTable>& table) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    sceneManagerTable_ = table;
+}
+
+bool WorldContent::ApplyFails(const du::Symbol& name) const {
+    return std::find(failingSets_.begin(), failingSets_.end(), name) != failingSets_.end();
+}
+
+void WorldContent::RecordWorkflowObservation(WorkflowObservation observation) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    workflowObservations_.push_back(std::move(observation));
+}
+
+std::vector<WorldContent::WorkflowObservation> WorldContent::WorkflowObservations() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return workflowObservations_;
+}
+
+unsigned WorldContent::RestoredFigureVisibility() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return restoredFigureVisibility_;
+}
+
+void WorldContent::CountRestoredFigureVisibility() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    ++restoredFigureVisibility_;
+}
+
+du::SmartPtr<WorldContent> ContentOf(qxk::World& world) {
+    WorldGuard guard(WorldMutex());
+    du::SmartPtr<du::RefCounted> extension = Model(world).GetExtension(kContentKey);
+    du::SmartPtr<WorldContent> content(dynamic_cast<WorldContent*>(extension.get()));
+    if (!content) {
+        // A world described without content still has what every viewer
+        // has: a loader, selections, labels. It just has no files or modules.
+        content = new WorldContent(std::string());
+        Model(world).SetExtension(kContentKey, content);
+    }
+    return content;
+}
+
+du::SmartPtr<WorldContent> CurrentContent() {
+    du::SmartPtr<WorldModel> world = CurrentWorld();
+    return world ? ContentOf(*world) : nullptr;
+}
+
+void AttachContent(qxk::World& world, const du::SmartPtr<WorldContent>& content) {
+    Model(world).SetExtension(kContentKey, content);
+}
+
+}  // namespace devhost

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "devhost/content/AnnoSets.h"
+#include "devhost/content/Geometry.h"
+#include "devhost/content/Loader.h"
+#include "devhost/content/OptionalModules.h"
+#include "devhost/content/PluginHandler.h"
+#include "devhost/content/Viewables.h"
+#include "qxk/Scene.h"
+#include "du/RefCounted.h"
+#include "du/SmartPtr.h"
+#include "qxk/View.h"
+#include "qxk/World.h"
+
+namespace devhost {
+
+// What a world has of part 2 of the host: files, loader and modules,
+// shapes, viewables, annotation sets, and what the scene manager and the
+// application's observers did with them. It hangs on the
+// world as its "content" extension and goes with it. Fixed parts are set
+// while the world is built; the rest changes under the content's own lock,
+// which is never held while host or module code is called.
+class WorldContent final : public du::RefCounted {
+public:
+    explicit WorldContent(std::string folder);
+
+    // The world's folder: file sources and fetches are relative to it.
+    const std::string& Folder() const { return folder_; }
+
+    // A world may have no loader; this may change while the world is in use.
+    void SetLoaderPresent(bool present) { loaderPresent_ = present; }
+
+    // --- building (before the world is in use) ---
+    // Optional modules the world has; profiles is the text GetProfiles gives.
+    void AddEcadModule();
+    void AddWebIpcModule();
+    void AddIllustrateModule(const du::Symbol& profiles);
+    void AddSchematicModule(const du::Symbol& profiles);
+    void AddShape(const du::SmartPtr<Shape>& shape);
+    du::SmartPtr<Shape> FindShape(const du::Symbol& name) const;
+    void SetAnnoSets(const std::vector<AnnoSetSpec>& sets);
+    // Sets that fail when applied.
+    void SetApplyFails(const du::Symbol& name) { failingSets_.push_back(name); }
+
+    // --- host operations' state ---
+    du::SmartPtr<Loader> GetLoader() const;  // null when the world has none
+    // The loader even when the world hides it, for building and inspection.
+    const du::SmartPtr<Loader>& OwnLoader() const { return loader_; }
+    du::SmartPtr<qxk::AnnoSetTable> GetAnnoSetTable() const;
+    du::SmartPtr<PluginHandler> GetPlugin() const { return plugin_; }
+    const std::shared_ptr<ModuleCallLog>& ModuleCalls() const { return moduleCalls_; }
+
+    struct AppliedSet {
+        du::SmartPtr<qxk::Scene> scene;
+        du::Symbol name;
+        unsigned int mask = 0;
+        bool keepCamera = false;
+        int status = -1;  // -1 while being applied
+    };
+    std::size_t RecordApplied(AppliedSet applied);
+    void SetAppliedStatus(std::size_t index, int status);
+    std::vector<AppliedSet> AppliedSets() const;
+    du::SmartPtr<qxk::AnnoSetTable> SceneManagerTable() const;
+    void SetSceneManagerTable(const du::SmartPtr<qxk::AnnoSetTable>& table);
+    bool ApplyFails(const du::Symbol& name) const;
+
+    struct WorkflowObservation {
+        du::SmartPtr<qxk::View> view;  // null for the workflow-manager side
+        du::Symbol workflow;
+        du::Symbol message;
+        int value = 0;
+    };
+    void RecordWorkflowObservation(WorkflowObservation observation);
+    std::vector<WorkflowObservation> WorkflowObservations() const;
+    unsigned RestoredFigureVisibility() const;
+    void CountRestoredFigureVisibility();
+
+    // What instances share unless they have their own.
+    const du::SmartPtr<qxk::Anchor>& SharedAnchor() const { return anchor_; }
+    const du::SmartPtr<qxk::ComponentNode>& EmptyComponent() const { return emptyComponent_; }
+
+private:
+    const std::string folder_;
+    std::atomic<bool> loaderPresent_{true};
+    std::map<du::Symbol, du::SmartPtr<Shape>> shapes_;
+    std::vector<du::Symbol> failingSets_;
+    const std::shared_ptr<ModuleCallLog> moduleCalls_;
+    du::SmartPtr<qxk::AnnoSetTable> annoSets_;
+    const du::SmartPtr<Loader> loader_;
+    const du::SmartPtr<PluginHandler> plugin_;
+    const du::SmartPtr<qxk::Anchor> anchor_;
+    const du::SmartPtr<qxk::ComponentNode> emptyComponent_;
+
+    mutable std::mutex mutex_;
+    std::vector<AppliedSet> applied_;
+    du::SmartPtr<qxk::AnnoSetTable> sceneManagerTable_;
+    std::vector<WorkflowObservation> workflowObservations_;
+    unsigned restoredFigureVisibility_ = 0;
+};
+
+// The content of the current world, or null when there is no world. A world
+// that was given none gets an empty one.
+du::SmartPtr<WorldContent> CurrentContent();
+du::SmartPtr<WorldContent> ContentOf(qxk::World& world);
+// Hangs content on a world; done by the world-file sections and builders.
+void AttachContent(qxk::World& world, const du::SmartPtr<WorldContent>& content);
+
+}  // namespace devhost
