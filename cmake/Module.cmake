@@ -34,7 +34,4 @@ set_target_properties(webapi_plugin PROPERTIES
 target_compile_options(webapi_plugin PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 target_link_options(webapi_plugin PRIVATE
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/webapi.map)
-target_link_libraries(webapi_plugin PRIVATE "$<LINK_LIBRARY:WHOLE_ARCHIVE,webapi_core>" qxplatform)
-if(TARGET qxworld)
-  target_link_libraries(webapi_plugin PRIVATE qxworld)
-endif()
+target_link_libraries(webapi_plugin PRIVATE "$<LINK_LIBRARY:WHOLE_ARCHIVE,webapi_core>" qxplatform qxworld)

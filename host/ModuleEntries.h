@@ -14,8 +14,8 @@ extern "C" {
 WEBAPI_EXPORT bool QXDllInit();
 // True, with a new component naming the actor, for "world", "web", "api";
 // false, with component untouched, for anything else.
-WEBAPI_EXPORT bool QXDllCreateComponent(const std::string& first, const std::string& second,
-                                        const std::string& third, du::SmartPtr<du::RefCounted>& component);
+WEBAPI_EXPORT bool QXDllCreateComponent(const std::string& first, const std::string& second, const std::string& third,
+                                        du::SmartPtr<du::RefCounted>& component);
 // Stops the actor and frees it; harmless when there is none.
 WEBAPI_EXPORT void QXDllTerminate();
 }

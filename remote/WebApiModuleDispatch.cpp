@@ -75,8 +75,8 @@ void DispatchWebApiModuleMessage(const dom::MessagePtr& message, du::SmartPtr<We
     bool served = false;
     // Negative tags are above every id when taken as unsigned.
     switch (static_cast<unsigned short>(tag)) {
-#define WEBAPI_METHOD(Id, Index, Name, ...)                       \
-    case Id:                                                      \
+#define WEBAPI_METHOD(Id, Index, Name, ...)                           \
+    case Id:                                                          \
         served = Serve(message, reader, module, &WebApiModule::Name); \
         break;
 #include "remote/WebApiModule.def"

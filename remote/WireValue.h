@@ -30,8 +30,12 @@ struct PlainWireValue {
     using Local = T;
     static constexpr bool kNeedsHelper = false;
     static constexpr bool kOut = false;
-    static void Push(dom::MessageWriter& writer, const std::optional<dom::Helper>&, const T& value) { (writer.*kPush)(value); }
-    static bool Read(dom::MessageReader& reader, const std::optional<dom::Helper>&, T& value) { return (reader.*kGet)(value); }
+    static void Push(dom::MessageWriter& writer, const std::optional<dom::Helper>&, const T& value) {
+        (writer.*kPush)(value);
+    }
+    static bool Read(dom::MessageReader& reader, const std::optional<dom::Helper>&, T& value) {
+        return (reader.*kGet)(value);
+    }
 };
 
 template <>
@@ -41,8 +45,7 @@ template <>
 struct WireValue<double>
     : PlainWireValue<double, &dom::MessageWriter::PushDoubleValue, &dom::MessageReader::GetDoubleValue> {};
 template <>
-struct WireValue<int> : PlainWireValue<int, &dom::MessageWriter::PushInt32Value, &dom::MessageReader::GetInt32Value> {
-};
+struct WireValue<int> : PlainWireValue<int, &dom::MessageWriter::PushInt32Value, &dom::MessageReader::GetInt32Value> {};
 template <>
 struct WireValue<unsigned int>
     : PlainWireValue<unsigned int, &dom::MessageWriter::PushUInt32Value, &dom::MessageReader::GetUInt32Value> {};
@@ -56,7 +59,8 @@ struct WireValue<const std::vector<du::Symbol>&> {
     using Local = std::vector<du::Symbol>;
     static constexpr bool kNeedsHelper = true;
     static constexpr bool kOut = false;
-    static void Push(dom::MessageWriter& writer, const std::optional<dom::Helper>&, const std::vector<du::Symbol>& values) {
+    static void Push(dom::MessageWriter& writer, const std::optional<dom::Helper>&,
+                     const std::vector<du::Symbol>& values) {
         writer.PushUInt32Value(static_cast<unsigned int>(values.size()));
         for (const du::Symbol& value : values) writer.PushStringValue(value);
     }
@@ -80,7 +84,8 @@ struct WireValue<const du::SmartPtr<I>&> {
     using Local = du::SmartPtr<I>;
     static constexpr bool kNeedsHelper = true;
     static constexpr bool kOut = false;
-    static void Push(dom::MessageWriter& writer, const std::optional<dom::Helper>& helper, const du::SmartPtr<I>& object) {
+    static void Push(dom::MessageWriter& writer, const std::optional<dom::Helper>& helper,
+                     const du::SmartPtr<I>& object) {
         const short table = object ? object->GetTableOffset(0) : 0;
         const du::SmartPtr<dom::ManagedObject> managed(dynamic_cast<dom::ManagedObject*>(object.get()));
         helper->PushHandleValue(managed, table, writer);

@@ -40,8 +40,8 @@ protected:
 
     static void ExpectShutdownLine(const devhost::TraceEntry& entry, const std::string& queueDigits) {
         EXPECT_EQ(entry.type, -1);
-        EXPECT_TRUE(std::regex_match(entry.text, std::regex("Actor WebApiModuleThread- shutting down queue 0x" +
-                                                            queueDigits + "\n")))
+        EXPECT_TRUE(std::regex_match(
+            entry.text, std::regex("Actor WebApiModuleThread- shutting down queue 0x" + queueDigits + "\n")))
             << entry.text;
     }
 };
@@ -98,7 +98,8 @@ INSTANTIATE_TEST_SUITE_P(
                   "Actor WebApiModuleThread- got a MessageProtocolException:-\n\tbroken reply\n"},
         LoopFault{devhost::FaultKind::ThrowInvalidActor, 3,
                   "Actor WebApiModuleThread- got a InvalidActorException:-\n\tbroken reply\n"},
-        LoopFault{devhost::FaultKind::ThrowStd, 3, "Actor WebApiModuleThread- got a standard exception:- broken reply\n"},
+        LoopFault{devhost::FaultKind::ThrowStd, 3,
+                  "Actor WebApiModuleThread- got a standard exception:- broken reply\n"},
         LoopFault{devhost::FaultKind::ThrowUnknown, 3, "Actor WebApiModuleThread- got an unexpected exception.\n"}));
 
 // Without its queue the actor never serves: the loop is skipped and the end

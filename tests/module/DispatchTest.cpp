@@ -132,9 +132,9 @@ TEST_F(DispatchTest, ReferenceToAnotherInterfaceArrivesAsNull) {
     Send(14, {devhost::MakeHandle(other, 0)});
     Send(14, {devhost::MakeHandle(observer, 0)});
     Send(14, {HandleValue{}});
-    EXPECT_EQ(RecordingModule::Calls(), (std::vector<std::string>{"RegisterTreeObserver null",
-                                                                  "RegisterTreeObserver object",
-                                                                  "RegisterTreeObserver null"}));
+    EXPECT_EQ(RecordingModule::Calls(),
+              (std::vector<std::string>{"RegisterTreeObserver null", "RegisterTreeObserver object",
+                                        "RegisterTreeObserver null"}));
 }
 
 }  // namespace

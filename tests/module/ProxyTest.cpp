@@ -144,8 +144,8 @@ TEST(ProxyTest, MessageToAProxyNamesItsClass) {
             proxy->HandleMessage(dom::MessagePtr(new dom::Message));
             FAIL() << "no exception";
         } catch (const std::runtime_error& e) {
-            EXPECT_EQ(std::string(e.what()), std::string("Protocol Error:") + classes[i] +
-                                                 "::HandleMessage(const dom::MessagePtr&) called.");
+            EXPECT_EQ(std::string(e.what()),
+                      std::string("Protocol Error:") + classes[i] + "::HandleMessage(const dom::MessagePtr&) called.");
         }
     }
 }
@@ -165,10 +165,10 @@ TEST(ProxyTest, ProxyAnswersForItsOwnInterfaceOnly) {
 // method under its own id.
 TEST(ProxyTest, IdsAreReboundForAPeerHost) {
     constexpr unsigned int kPeer = 41;
-    devhost::RegisterPeerInterface(kPeer, du::Symbol("webapi::TreeObserver"),
-                                   {du::Symbol("OnTreeUpdateEnd"), du::Symbol("OnTreeUpdate__IS"),
-                                    du::Symbol("OnTreeUpdateBegin"), du::Symbol("OnTreeMappingEnd"),
-                                    du::Symbol("OnTreeMapping__IS"), du::Symbol("OnTreeMappingBegin")});
+    devhost::RegisterPeerInterface(
+        kPeer, du::Symbol("webapi::TreeObserver"),
+        {du::Symbol("OnTreeUpdateEnd"), du::Symbol("OnTreeUpdate__IS"), du::Symbol("OnTreeUpdateBegin"),
+         du::Symbol("OnTreeMappingEnd"), du::Symbol("OnTreeMapping__IS"), du::Symbol("OnTreeMappingBegin")});
     const du::SmartPtr<CaptureServer> server(new CaptureServer(kAllInterfaces, {}));
     const ServingThread serving(server, "PeerObserver");
     devhost::SetQueueHost(serving.Queue(), kPeer);

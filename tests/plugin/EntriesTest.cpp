@@ -1,0 +1,146 @@
+// The plug-in as the host drives it: through its three entries, and then
+// only through the messaging layer, as a client actor on another thread.
+#include <dirent.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "LoadedPlugin.h"
+#include "devhost/platform/RawMessages.h"
+#include "devhost/platform/TraceLog.h"
+#include "dom/Exceptions.h"
+#include "dom/ManagedObject.h"
+#include "dom/Proxy.h"
+#include "du/RefCounted.h"
+#include "du/SmartPtr.h"
+#include "du/Symbol.h"
+#include "qxk/ActiveModule.h"
+#include "remote/WebApiModule.h"
+
+namespace ptest {
+namespace {
+
+// Tells when the last reference to it went.
+class Token : public du::RefCounted {
+public:
+    explicit Token(bool& gone) : gone(gone) {}
+    ~Token() override { gone = true; }
+
+private:
+    bool& gone;
+};
+
+int ThreadCount() {
+    int count = 0;
+    if (DIR* tasks = opendir("/proc/self/task")) {
+        while (const dirent* entry = readdir(tasks)) count += entry->d_name[0] != '.';
+        closedir(tasks);
+    }
+    return count;
+}
+
+du::Symbol ActorNameOf(const du::SmartPtr<du::RefCounted>& component) {
+    const auto* module = dynamic_cast<const qxk::ActiveModule*>(component.get());
+    return module ? module->GetActorName() : du::Symbol();
+}
+
+int CountLines(const std::string& words) {
+    int count = 0;
+    for (const devhost::TraceEntry& entry : devhost::TraceLog::Entries())
+        count += entry.text.find(words) != std::string::npos;
+    return count;
+}
+
+class EntriesTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(plugin.Loaded());
+        ASSERT_TRUE(plugin.init());
+    }
+    void TearDown() override { plugin.terminate(); }
+
+    bool Create(const std::string& a, const std::string& b, const std::string& c,
+                du::SmartPtr<du::RefCounted>& component) {
+        return plugin.createComponent(a, b, c, component);
+    }
+
+    LoadedPlugin plugin;
+};
+
+TEST_F(EntriesTest, OnlyTheExactThreeWordsMatch) {
+    du::SmartPtr<du::RefCounted> component;
+    EXPECT_TRUE(Create("world", "web", "api", component));
+    EXPECT_EQ(ActorNameOf(component), "WebApiModuleThread-");
+    const std::vector<std::vector<std::string>> others = {
+        {"World", "web", "api"}, {"worlds", "web", "api"}, {"worl", "web", "api"}, {"", "web", "api"},
+        {"world", "Web", "api"}, {"world", "web", "apix"}, {"world", "web", ""}};
+    for (const auto& words : others) EXPECT_FALSE(Create(words[0], words[1], words[2], component)) << words[0];
+}
+
+TEST_F(EntriesTest, MismatchLeavesTheComponentAlone) {
+    bool gone = false;
+    du::SmartPtr<du::RefCounted> component(new Token(gone));
+    du::RefCounted* const held = component.get();
+    EXPECT_FALSE(Create("world", "web", "ap", component));
+    EXPECT_EQ(component.get(), held);
+    EXPECT_EQ(component->GetReferenceCount(), 1);
+    EXPECT_FALSE(gone);
+}
+
+TEST_F(EntriesTest, EachMatchMakesANewObjectAndReleasesTheOld) {
+    bool gone = false;
+    du::SmartPtr<du::RefCounted> component(new Token(gone));
+    ASSERT_TRUE(Create("world", "web", "api", component));
+    EXPECT_TRUE(gone);
+    du::SmartPtr<du::RefCounted> second;
+    ASSERT_TRUE(Create("world", "web", "api", second));
+    EXPECT_NE(component.get(), second.get());
+    EXPECT_EQ(second->GetReferenceCount(), 1);
+    EXPECT_EQ(ActorNameOf(component), ActorNameOf(second));
+}
+
+TEST(PluginTerminateTest, TerminateIsHarmlessWithoutAnActor) {
+    LoadedPlugin plugin;
+    ASSERT_TRUE(plugin.Loaded());
+    plugin.terminate();
+    ASSERT_TRUE(plugin.init());
+    plugin.terminate();
+    plugin.terminate();
+    EXPECT_TRUE(plugin.Unload());
+}
+
+// Several whole lives of the plug-in in one process, each driven only
+// through messages. Each leaves no thread, factory or library behind (and,
+// under the address sanitizer, no leak).
+TEST(PluginCycleTest, WholeLivesLeaveNothingBehind) {
+    const du::Symbol serviceName("webapi::WebApiModule");
+    const int threadsBefore = ThreadCount();
+    devhost::TraceLog::Clear();
+    for (int cycle = 1; cycle <= 3; ++cycle) {
+        LoadedPlugin plugin;
+        ASSERT_TRUE(plugin.Loaded());
+        ASSERT_NE(dom::ProxyFactoryMap::Instance().FindFactory(serviceName), nullptr);
+        ASSERT_TRUE(plugin.init());
+        {
+            du::SmartPtr<du::RefCounted> component;
+            ASSERT_TRUE(plugin.createComponent("world", "web", "api", component));
+            du::SmartPtr<dom::ManagedObject> found;
+            ASSERT_TRUE(dom::ManagedObject::FindActor(ActorNameOf(component), serviceName, found));
+            const du::SmartPtr<webapi::WebApiModule> module = du::DynamicCast<webapi::WebApiModule>(found);
+            ASSERT_TRUE(module);
+            EXPECT_TRUE(module->GetCurrentSelection().IsNull());
+            EXPECT_EQ(module->GetNumberOfAnnotationSets(), 0u);
+            module->LoadInstances(du::Symbol("[\"/1\"]"));
+            EXPECT_THROW(devhost::SendRawMessage(found, 0, 30, {}, true), dom::MessageProtocolException);
+        }
+        plugin.terminate();
+        EXPECT_EQ(CountLines("shutting down queue"), cycle);
+        EXPECT_TRUE(plugin.Unload());
+        EXPECT_EQ(dom::ProxyFactoryMap::Instance().FindFactory(serviceName), nullptr);
+        EXPECT_EQ(ThreadCount(), threadsBefore);
+    }
+}
+
+}  // namespace
+}  // namespace ptest
