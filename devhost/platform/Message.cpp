@@ -59,7 +59,7 @@ void Message::Content::Await() {
         outcome = outcome_;
         failure = failure_;
     }
-    const std::string where = " (method table " + std::to_string(table) + ", tag " + std::to_string(tag) + ")";
+    const std::string where = " (table " + std::to_string(table) + ", tag " + std::to_string(tag) + ")";
     switch (outcome) {
     case Outcome::Idle:
     case Outcome::Pending:

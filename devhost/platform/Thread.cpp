@@ -18,11 +18,12 @@ struct Thread::Impl {
     std::string name;
     unsigned int stackSize;
 
-    std::mutex mutex;
+    std::mutex mutex;  // guards started and startupDone
     std::condition_variable startupEnded;
+    std::mutex joinMutex;  // held while joining, which the thread's own steps must not need
     bool started = false;
     bool startupDone = false;
-    bool joined = false;
+    bool joined = false;  // guarded by joinMutex
     pthread_t handle{};
 
     static void* Run(void* argument);
@@ -86,9 +87,11 @@ Thread::Thread(const char* name, unsigned int stackSize) : impl_(new Impl) {
 Thread::~Thread() {
     bool self = false;
     {
+        std::lock_guard<std::mutex> holdJoin(impl_->joinMutex);
         std::lock_guard<std::mutex> hold(impl_->mutex);
         self = impl_->started && !impl_->joined && pthread_equal(impl_->handle, pthread_self());
         if (self) {
+            // A thread that deletes its own object cannot join itself.
             pthread_detach(impl_->handle);
             impl_->joined = true;
         }
@@ -112,8 +115,12 @@ bool Thread::Start(bool waitForStartup) {
 }
 
 void Thread::WaitForThreadToTerminate() {
-    std::lock_guard<std::mutex> hold(impl_->mutex);
-    if (!impl_->started || impl_->joined) return;
+    std::lock_guard<std::mutex> holdJoin(impl_->joinMutex);
+    {
+        std::lock_guard<std::mutex> hold(impl_->mutex);
+        if (!impl_->started) return;
+    }
+    if (impl_->joined) return;
     // The thread cannot wait for its own end.
     if (pthread_equal(impl_->handle, pthread_self())) return;
     pthread_join(impl_->handle, nullptr);
