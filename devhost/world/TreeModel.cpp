@@ -15,7 +15,7 @@ std::size_t TreeModel::KeyHash::operator()(const Key& key) const {
     return h ^ (std::hash<const void*>()(key.parent) * 0x9e3779b97f4a7c15ull);
 }
 
-void TreeModel::Index(InstanceNode& node, TreeChange& change) {
+void TreeModel::Index(InstanceNode& node, TreeChange* change) {
     // Iterative, so that deep structures do not use up an actor's stack.
     std::vector<InstanceNode*> stack{&node};
     while (!stack.empty()) {
@@ -24,7 +24,7 @@ void TreeModel::Index(InstanceNode& node, TreeChange& change) {
         current->tree = this;
         index_.emplace(Key{current->parent, current->name}, current);
         ++count;
-        change.added.emplace_back(current);
+        if (change) change->added.emplace_back(current);
         for (auto it = current->children.rbegin(); it != current->children.rend(); ++it) stack.push_back(it->get());
     }
 }
@@ -42,7 +42,7 @@ void TreeModel::Unindex(InstanceNode& node, TreeChange& change) {
     }
 }
 
-bool TreeModel::Attach(InstanceNode* parent, const du::SmartPtr<InstanceNode>& node, TreeChange& change) {
+bool TreeModel::Attach(InstanceNode* parent, const du::SmartPtr<InstanceNode>& node, TreeChange* change) {
     if (Child(parent, node->name)) return false;
     node->parent = parent;
     if (parent)
@@ -56,7 +56,7 @@ bool TreeModel::Attach(InstanceNode* parent, const du::SmartPtr<InstanceNode>& n
 void TreeModel::AttachBranch(InstanceNode& proxy, TreeChange& change) {
     std::vector<du::SmartPtr<InstanceNode>> branch;
     branch.swap(proxy.proxy->branch);
-    for (const auto& node : branch) Attach(&proxy, node, change);
+    for (const auto& node : branch) Attach(&proxy, node, &change);
 }
 
 void TreeModel::Detach(InstanceNode& node, TreeChange& change) {

@@ -32,8 +32,8 @@ public:
     unsigned int count = 0;
 
     // Puts a branch into the tree under parent (null: as a root) and appends
-    // its instances to change.added. False when the name is taken.
-    bool Attach(InstanceNode* parent, const du::SmartPtr<InstanceNode>& node, TreeChange& change);
+    // its instances to change->added when given. False when the name is taken.
+    bool Attach(InstanceNode* parent, const du::SmartPtr<InstanceNode>& node, TreeChange* change);
     // Reads a proxy's branch into the tree.
     void AttachBranch(InstanceNode& proxy, TreeChange& change);
     // Takes a branch out of the tree; its instances go to change.removed.
@@ -55,7 +55,7 @@ private:
     struct KeyHash {
         std::size_t operator()(const Key& key) const;
     };
-    void Index(InstanceNode& node, TreeChange& change);
+    void Index(InstanceNode& node, TreeChange* change);
     void Unindex(InstanceNode& node, TreeChange& change);
 
     std::unordered_map<Key, InstanceNode*, KeyHash> index_;

@@ -1,0 +1,157 @@
+#include "devhost/world/WorldControl.h"
+
+#include "devhost/world/WorldLock.h"
+
+namespace devhost {
+
+namespace {
+
+// The current world's tree, under the lock, or null.
+TreeModel* CurrentTree() {
+    du::SmartPtr<WorldModel> world = CurrentWorld();
+    return world ? &world->Tree() : nullptr;
+}
+
+}  // namespace
+
+InstanceNode* AddInstanceAt(const std::string& parentIdPath, const std::string& name) {
+    if (name.empty() || name.find('/') != std::string::npos) return nullptr;
+    du::SmartPtr<WorldModel> world = CurrentWorld();
+    if (!world) return nullptr;
+    TreeChange change;
+    InstanceNode* made = nullptr;
+    {
+        WorldGuard guard(WorldMutex());
+        InstanceNode* parent = nullptr;
+        if (!parentIdPath.empty() && !(parent = world->Tree().Find(parentIdPath))) return nullptr;
+        du::SmartPtr<InstanceNode> node(new InstanceNode(NextInstanceId(), du::Symbol(name)));
+        if (!world->Tree().Attach(parent, node, &change)) return nullptr;
+        made = node.get();
+    }
+    world->Tree().NotifyTree(change);
+    return made;
+}
+
+bool RemoveInstanceAt(const std::string& idPath) {
+    du::SmartPtr<WorldModel> world = CurrentWorld();
+    if (!world) return false;
+    TreeChange change;
+    std::vector<du::SmartPtr<qxk::Scene>> scenes;
+    if (auto manager = CurrentSceneManager()) scenes = manager->GetScenes();
+    {
+        WorldGuard guard(WorldMutex());
+        InstanceNode* node = world->Tree().Find(idPath);
+        if (!node) return false;
+        world->Tree().Detach(*node, change);
+        for (const auto& scene : scenes)
+            for (const auto& gone : change.removed) scene->GetSceneState().shapes.erase(gone.get());
+    }
+    world->Tree().NotifyTree(change);
+    return true;
+}
+
+InstanceNode* FindInstanceAt(const std::string& idPath) {
+    WorldGuard guard(WorldMutex());
+    TreeModel* tree = CurrentTree();
+    return tree ? tree->Find(idPath) : nullptr;
+}
+
+InstanceNode* FindInstanceById(std::uint64_t id) {
+    WorldGuard guard(WorldMutex());
+    TreeModel* tree = CurrentTree();
+    if (!tree) return nullptr;
+    std::vector<InstanceNode*> stack;
+    for (const auto& root : tree->roots) stack.push_back(root.get());
+    while (!stack.empty()) {
+        InstanceNode* node = stack.back();
+        stack.pop_back();
+        if (node->uid == id) return node;
+        for (const auto& child : node->children) stack.push_back(child.get());
+    }
+    return nullptr;
+}
+
+bool SetVisibilityOverride(const std::string& idPath, int state) {
+    WorldGuard guard(WorldMutex());
+    InstanceNode* node = FindInstanceAt(idPath);
+    if (!node) return false;
+    node->visibilityOverride = state;
+    return true;
+}
+
+du::SmartPtr<qxk::Scene> FindSceneNamed(const std::string& name) {
+    auto manager = CurrentSceneManager();
+    if (!manager) return nullptr;
+    for (const auto& scene : manager->GetScenes())
+        if (scene->GetName() == name.c_str()) return scene;
+    return nullptr;
+}
+
+du::SmartPtr<qxk::View> FindViewNamed(const std::string& name) {
+    auto manager = CurrentSceneManager();
+    if (!manager) return nullptr;
+    WorldGuard guard(WorldMutex());
+    for (const auto& view : manager->views)
+        if (view->GetViewState().name == name.c_str()) return view;
+    return nullptr;
+}
+
+bool ActivateView(const std::string& viewName) {
+    auto manager = CurrentSceneManager();
+    if (!manager) return false;
+    du::SmartPtr<qxk::View> view;
+    if (!viewName.empty() && !(view = FindViewNamed(viewName))) return false;
+    return manager->SetActiveView(view, true);
+}
+
+bool ShowInstance(const std::string& sceneName, const std::string& idPath, bool visible) {
+    auto scene = du::DynamicCast<qxk::ShapeScene>(FindSceneNamed(sceneName));
+    InstanceNode* node = FindInstanceAt(idPath);
+    if (!scene || !node) return false;
+    return SetShapeVisible(*scene, du::SmartPtr<qxk::Instance>(node), visible);
+}
+
+ShapeRecord ShapeOf(const std::string& sceneName, const std::string& idPath) {
+    ShapeRecord record;
+    auto scene = du::DynamicCast<qxk::ShapeScene>(FindSceneNamed(sceneName));
+    InstanceNode* node = FindInstanceAt(idPath);
+    if (!scene || !node) return record;
+    auto shape = FindShape(*scene, node);
+    if (!shape) return record;
+    WorldGuard guard(WorldMutex());
+    record.present = true;
+    record.visible = shape->visible;
+    record.color = shape->color;
+    record.colorCalls = shape->colorCalls;
+    return record;
+}
+
+UpdateGroupRecord UpdateGroupsOf(const qxk::Observable& observable) {
+    WorldGuard guard(WorldMutex());
+    const auto& state = observable.GetObservableState();
+    UpdateGroupRecord record;
+    record.begun = state.groupsBegun;
+    record.ended = state.groupsEnded;
+    record.notifications = state.notifications;
+    record.depth = state.depth;
+    return record;
+}
+
+std::vector<AddShapeCall> AddShapeCallsOf(const qxk::Scene& scene) {
+    WorldGuard guard(WorldMutex());
+    return scene.GetSceneState().addCalls;
+}
+
+CrossSelectionRecord CrossSelection() {
+    CrossSelectionRecord record;
+    auto manager = CurrentSceneManager();
+    if (!manager) return record;
+    WorldGuard guard(WorldMutex());
+    record.on = manager->crossSelection;
+    record.lead = manager->crossSelectionLead;
+    record.enables = manager->crossSelectionEnables;
+    record.disables = manager->crossSelectionDisables;
+    return record;
+}
+
+}  // namespace devhost

@@ -1,0 +1,70 @@
+#pragma once
+
+// Control and inspection of the development host's world, for tests and
+// tools. Fault injection is devhost/platform/Faults.h: every world operation
+// has a fault point named after it, e.g. "qxkapp::SceneManager::GetActiveView".
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "devhost/world/Application.h"
+#include "devhost/world/Expansion.h"
+#include "devhost/world/ProgressDisplays.h"
+#include "devhost/world/SceneModel.h"
+#include "devhost/world/ViewModel.h"
+#include "devhost/world/WorldModel.h"
+
+namespace devhost {
+
+// Structure of the current world at run time; each change reaches the
+// tree's listeners (and so the tree models) like a host change would.
+// A new instance under parentIdPath ("" for a root), or null when the parent
+// is unknown or the name taken.
+InstanceNode* AddInstanceAt(const std::string& parentIdPath, const std::string& name);
+// Takes a branch out of the tree, and its shape instances out of every scene
+// of the application. False for an unknown idpath.
+bool RemoveInstanceAt(const std::string& idPath);
+InstanceNode* FindInstanceAt(const std::string& idPath);
+// By id, searching the whole tree; null when none has it.
+InstanceNode* FindInstanceById(std::uint64_t id);
+// Forces the visibility state that tree models give an instance (1 to 9;
+// 0 goes back to the rule). False for an unknown idpath.
+bool SetVisibilityOverride(const std::string& idPath, int state);
+
+// Scenes and views of the application, by name.
+du::SmartPtr<qxk::Scene> FindSceneNamed(const std::string& name);
+du::SmartPtr<qxk::View> FindViewNamed(const std::string& name);
+// Makes the named view active ("" for none). False for an unknown name.
+bool ActivateView(const std::string& viewName);
+// Shows or hides an instance in a shape scene, giving it a shape instance if
+// it has none. False for an unknown scene or idpath.
+bool ShowInstance(const std::string& sceneName, const std::string& idPath, bool visible);
+
+struct ShapeRecord {
+    bool present = false;
+    bool visible = false;
+    dg::Color color;
+    std::vector<ColorCall> colorCalls;
+};
+ShapeRecord ShapeOf(const std::string& sceneName, const std::string& idPath);
+
+struct UpdateGroupRecord {
+    unsigned int begun = 0;
+    unsigned int ended = 0;
+    unsigned int notifications = 0;  // observers told, once per outermost group with changes
+    int depth = 0;                   // groups open now
+};
+UpdateGroupRecord UpdateGroupsOf(const qxk::Observable& observable);
+std::vector<AddShapeCall> AddShapeCallsOf(const qxk::Scene& scene);
+
+struct CrossSelectionRecord {
+    bool on = false;
+    du::SmartPtr<qxk::View> lead;
+    unsigned int enables = 0;
+    unsigned int disables = 0;
+};
+// Cross selection of the current application; all off without one.
+CrossSelectionRecord CrossSelection();
+
+}  // namespace devhost

@@ -1,0 +1,341 @@
+#include "devhost/world/WorldFile.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <set>
+#include <sstream>
+#include <vector>
+
+#include <rapidjson/error/en.h>
+
+#include "devhost/world/SceneModel.h"
+#include "devhost/world/ViewModel.h"
+
+namespace devhost {
+
+namespace {
+
+using Value = rapidjson::Value;
+
+std::mutex& SectionsMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+std::map<std::string, WorldSectionHandler>& Sections() {
+    static std::map<std::string, WorldSectionHandler> sections;
+    return sections;
+}
+
+std::string At(const std::string& place, const char* key) { return place + "/" + key; }
+std::string At(const std::string& place, rapidjson::SizeType index) { return place + "/" + std::to_string(index); }
+
+const Value& Need(const Value& object, const char* key, const std::string& place) {
+    auto it = object.FindMember(key);
+    if (it == object.MemberEnd()) FailAt(place, std::string("\"") + key + "\" is missing");
+    return it->value;
+}
+
+const Value* Optional(const Value& object, const char* key) {
+    auto it = object.FindMember(key);
+    return it == object.MemberEnd() ? nullptr : &it->value;
+}
+
+std::string Text(const Value& value, const std::string& place) {
+    if (!value.IsString()) FailAt(place, "expected a string");
+    return std::string(value.GetString(), value.GetStringLength());
+}
+
+bool Flag(const Value& value, const std::string& place) {
+    if (!value.IsBool()) FailAt(place, "expected true or false");
+    return value.GetBool();
+}
+
+const Value& Array(const Value& value, const std::string& place) {
+    if (!value.IsArray()) FailAt(place, "expected an array");
+    return value;
+}
+
+const Value& Object(const Value& value, const std::string& place) {
+    if (!value.IsObject()) FailAt(place, "expected an object");
+    return value;
+}
+
+// Rejects keys other than those given, so that a misspelt key is not
+// silently ignored.
+void OnlyKeys(const Value& object, const std::string& place, std::initializer_list<const char*> keys) {
+    for (auto it = object.MemberBegin(); it != object.MemberEnd(); ++it) {
+        std::string key(it->name.GetString(), it->name.GetStringLength());
+        bool known = false;
+        for (const char* k : keys) known = known || key == k;
+        if (!known) FailAt(At(place, key.c_str()), "unknown key \"" + key + "\"");
+    }
+}
+
+// A number written as a JSON number or as a text, decimal or "0x" hex.
+unsigned long long Number(const Value& value, const std::string& place, const char* what) {
+    if (value.IsUint64()) return value.GetUint64();
+    if (value.IsString()) {
+        std::string text = value.GetString();
+        char* end = nullptr;
+        errno = 0;
+        unsigned long long n = std::strtoull(text.c_str(), &end, 0);
+        if (!text.empty() && text[0] != '-' && end && *end == '\0' && errno == 0) return n;
+    }
+    FailAt(place, std::string("expected ") + what + ", a non-negative integer or a text such as \"0x4e\"");
+}
+
+ProxyOutcome Outcome(const Value& value, const std::string& place) {
+    std::string text = Text(value, place);
+    if (text == "expand") return ProxyOutcome::Expand;
+    if (text == "fail") return ProxyOutcome::Fail;
+    if (text == "never") return ProxyOutcome::Never;
+    FailAt(place, "\"" + text + "\" is not one of \"expand\", \"fail\", \"never\"");
+}
+
+ProxyCompletion Completion(const Value& value, const std::string& place) {
+    std::string text = Text(value, place);
+    if (text == "auto") return ProxyCompletion::Auto;
+    if (text == "manual") return ProxyCompletion::Manual;
+    FailAt(place, "\"" + text + "\" is not one of \"auto\", \"manual\"");
+}
+
+class FileReader {
+public:
+    explicit FileReader(WorldBuilder& builder) : builder_(builder) {}
+
+    void Read(const Value& root) {
+        Object(root, "");
+        if (const Value* name = Optional(root, "structureName")) builder_.SetStructureName(Text(*name, "/structureName"));
+        const Value& structure = Array(Need(root, "structure", ""), "/structure");
+        for (rapidjson::SizeType i = 0; i < structure.Size(); ++i) Node(structure[i], nullptr, At("/structure", i));
+        if (const Value* scenes = Optional(root, "scenes")) {
+            Array(*scenes, "/scenes");
+            for (rapidjson::SizeType i = 0; i < scenes->Size(); ++i) Scene((*scenes)[i], At("/scenes", i));
+        }
+        if (const Value* active = Optional(root, "activeView")) {
+            if (!active->IsNull()) {
+                std::string name = Text(*active, "/activeView");
+                auto view = builder_.FindView(name);
+                if (!view) FailAt("/activeView", "no view is named \"" + name + "\"");
+                builder_.SetActiveView(view);
+            }
+        }
+        if (const Value* messages = Optional(root, "messages")) Messages(*messages, "/messages");
+        for (auto it = root.MemberBegin(); it != root.MemberEnd(); ++it) {
+            std::string key(it->name.GetString(), it->name.GetStringLength());
+            static const std::set<std::string> own{"actorName", "structureName", "structure", "scenes", "activeView",
+                                                   "messages"};
+            if (own.count(key)) continue;
+            WorldSectionHandler handler;
+            {
+                std::lock_guard<std::mutex> lock(SectionsMutex());
+                auto found = Sections().find(key);
+                if (found != Sections().end()) handler = found->second;
+            }
+            if (!handler) FailAt("/" + key, "unknown section \"" + key + "\"");
+            handler(it->value, builder_, "/" + key);
+        }
+    }
+
+private:
+    void Node(const Value& node, InstanceNode* parent, const std::string& place) {
+        Object(node, place);
+        OnlyKeys(node, place, {"name", "uid", "children", "proxy"});
+        std::string name = Text(Need(node, "name", place), At(place, "name"));
+        std::uint64_t uid = 0;
+        if (const Value* id = Optional(node, "uid")) {
+            uid = Number(*id, At(place, "uid"), "an id");
+            if (uid == 0) FailAt(At(place, "uid"), "ids start at 1");
+        }
+        InstanceNode* made = nullptr;
+        try {
+            made = &builder_.AddInstance(parent, name, uid);
+        } catch (const std::invalid_argument& e) {
+            FailAt(place, e.what());
+        }
+        const Value* proxy = Optional(node, "proxy");
+        const Value* children = Optional(node, "children");
+        if (proxy && children) FailAt(place, "a proxy has its children inside \"proxy\"");
+        if (proxy) {
+            std::string at = At(place, "proxy");
+            Object(*proxy, at);
+            OnlyKeys(*proxy, at, {"outcome", "completion", "children"});
+            ProxyOutcome outcome = ProxyOutcome::Expand;
+            ProxyCompletion completion = ProxyCompletion::Auto;
+            if (const Value* o = Optional(*proxy, "outcome")) outcome = Outcome(*o, At(at, "outcome"));
+            if (const Value* c = Optional(*proxy, "completion")) completion = Completion(*c, At(at, "completion"));
+            builder_.MakeProxy(*made, outcome, completion);
+            children = Optional(*proxy, "children");
+            if (children) Children(*children, made, At(at, "children"));
+            return;
+        }
+        if (children) Children(*children, made, At(place, "children"));
+    }
+
+    void Children(const Value& children, InstanceNode* parent, const std::string& place) {
+        Array(children, place);
+        for (rapidjson::SizeType i = 0; i < children.Size(); ++i) Node(children[i], parent, At(place, i));
+    }
+
+    void Scene(const Value& scene, const std::string& place) {
+        Object(scene, place);
+        OnlyKeys(scene, place, {"name", "kind", "shapes", "views"});
+        std::string name = Text(Need(scene, "name", place), At(place, "name"));
+        std::string kind = "shape";
+        if (const Value* k = Optional(scene, "kind")) kind = Text(*k, At(place, "kind"));
+        if (kind != "shape" && kind != "plain")
+            FailAt(At(place, "kind"), "\"" + kind + "\" is not one of \"shape\", \"plain\"");
+        if (builder_.FindScene(name)) FailAt(At(place, "name"), "scene name \"" + name + "\" is used twice");
+        du::SmartPtr<qxk::Scene> made;
+        du::SmartPtr<qxk::ShapeScene> shapeScene;
+        if (kind == "shape") {
+            shapeScene = builder_.AddShapeScene(name);
+            made = shapeScene;
+        } else {
+            made = MakePlainScene(du::Symbol(name));
+            builder_.AddScene(made);
+        }
+        if (const Value* shapes = Optional(scene, "shapes")) {
+            std::string at = At(place, "shapes");
+            Array(*shapes, at);
+            if (!shapeScene && shapes->Size() > 0) FailAt(at, "only a shape scene has shapes");
+            for (rapidjson::SizeType i = 0; i < shapes->Size(); ++i) Shape(*shapeScene, (*shapes)[i], At(at, i));
+        }
+        if (const Value* views = Optional(scene, "views")) {
+            std::string at = At(place, "views");
+            Array(*views, at);
+            for (rapidjson::SizeType i = 0; i < views->Size(); ++i) View(made, (*views)[i], At(at, i));
+        }
+    }
+
+    void Shape(qxk::ShapeScene& scene, const Value& shape, const std::string& place) {
+        std::string path;
+        bool visible = true;
+        const Value* color = nullptr;
+        if (shape.IsString()) {
+            path = Text(shape, place);
+        } else {
+            Object(shape, place);
+            OnlyKeys(shape, place, {"instance", "visible", "color"});
+            path = Text(Need(shape, "instance", place), At(place, "instance"));
+            if (const Value* v = Optional(shape, "visible")) visible = Flag(*v, At(place, "visible"));
+            color = Optional(shape, "color");
+        }
+        InstanceNode* instance = builder_.Find(path);
+        if (!instance) FailAt(place, "no loaded instance has the idpath \"" + path + "\"");
+        if (color) {
+            unsigned long long rgba = Number(*color, At(place, "color"), "a colour");
+            if (rgba > 0xffffffffull) FailAt(At(place, "color"), "a colour has 32 bits");
+            builder_.AddShape(scene, *instance, visible, dg::Color(static_cast<unsigned int>(rgba)));
+        } else {
+            builder_.AddShape(scene, *instance, visible);
+        }
+    }
+
+    void View(const du::SmartPtr<qxk::Scene>& scene, const Value& view, const std::string& place) {
+        Object(view, place);
+        OnlyKeys(view, place, {"name", "kind", "viewerProgress"});
+        std::string name = Text(Need(view, "name", place), At(place, "name"));
+        const Value& kind = Need(view, "kind", place);
+        unsigned int number;
+        if (kind.IsString() && ViewKindNumber(kind.GetString()) != 0) {
+            number = ViewKindNumber(kind.GetString());
+        } else {
+            unsigned long long n = Number(kind, At(place, "kind"), "a view kind (\"shape\", \"drawing\", \"image\", "
+                                                               "\"document\", \"illustration\") or class number");
+            if (n == 0 || n > 0xffffffffull) FailAt(At(place, "kind"), "class numbers go from 1 to 0xffffffff");
+            number = static_cast<unsigned int>(n);
+        }
+        bool shapeView = number == ViewKindNumber("shape");
+        if (shapeView && !du::DynamicCast<qxk::ShapeScene>(scene))
+            FailAt(At(place, "kind"), "a shape view needs a shape scene");
+        if (builder_.FindView(name)) FailAt(At(place, "name"), "view name \"" + name + "\" is used twice");
+        du::SmartPtr<qxk::View> made = builder_.AddView(scene, number, name);
+        if (const Value* progress = Optional(view, "viewerProgress")) {
+            std::string at = At(place, "viewerProgress");
+            std::string mode = Text(*progress, at);
+            if (!shapeView) FailAt(at, "only a shape view has a viewer");
+            if (mode != "auto" && mode != "manual") FailAt(at, "\"" + mode + "\" is not one of \"auto\", \"manual\"");
+            SetViewerProgress(*made, mode == "auto" ? ViewerProgress::Auto : ViewerProgress::Manual);
+        }
+    }
+
+    void Messages(const Value& messages, const std::string& place) {
+        Object(messages, place);
+        for (auto it = messages.MemberBegin(); it != messages.MemberEnd(); ++it) {
+            std::string resource(it->name.GetString(), it->name.GetStringLength());
+            std::string at = At(place, resource.c_str());
+            Object(it->value, at);
+            std::map<std::string, std::string> texts;
+            for (auto entry = it->value.MemberBegin(); entry != it->value.MemberEnd(); ++entry) {
+                std::string key(entry->name.GetString(), entry->name.GetStringLength());
+                texts[key] = Text(entry->value, At(at, key.c_str()));
+            }
+            builder_.AddMessages(resource, texts);
+        }
+    }
+
+    WorldBuilder& builder_;
+};
+
+std::string LineAndColumn(const std::string& text, std::size_t offset) {
+    std::size_t line = 1;
+    std::size_t column = 1;
+    for (std::size_t i = 0; i < offset && i < text.size(); ++i) {
+        if (text[i] == '\n') {
+            ++line;
+            column = 1;
+        } else {
+            ++column;
+        }
+    }
+    return "line " + std::to_string(line) + ", column " + std::to_string(column);
+}
+
+}  // namespace
+
+void FailAt(const std::string& place, const std::string& what) {
+    throw WorldFileError((place.empty() ? std::string("at the top") : "at " + place) + ": " + what);
+}
+
+void RegisterWorldSection(const std::string& name, WorldSectionHandler handler) {
+    std::lock_guard<std::mutex> lock(SectionsMutex());
+    Sections()[name] = std::move(handler);
+}
+
+void UnregisterWorldSection(const std::string& name) {
+    std::lock_guard<std::mutex> lock(SectionsMutex());
+    Sections().erase(name);
+}
+
+du::SmartPtr<WorldModel> LoadWorldText(const std::string& text, const std::string& origin) {
+    try {
+        rapidjson::Document document;
+        document.Parse(text.c_str(), text.size());
+        if (document.HasParseError())
+            throw WorldFileError("at " + LineAndColumn(text, document.GetErrorOffset()) + ": " +
+                                 rapidjson::GetParseError_En(document.GetParseError()));
+        std::string actorName = "world";
+        if (document.IsObject())
+            if (const Value* name = Optional(document, "actorName")) actorName = Text(*name, "/actorName");
+        WorldBuilder builder(actorName);
+        FileReader(builder).Read(document);
+        return builder.Publish();
+    } catch (const WorldFileError& e) {
+        throw WorldFileError(origin + ": " + e.what());
+    }
+}
+
+du::SmartPtr<WorldModel> LoadWorldFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) throw WorldFileError(path + ": cannot be opened");
+    std::ostringstream text;
+    text << in.rdbuf();
+    return LoadWorldText(text.str(), path);
+}
+
+}  // namespace devhost
