@@ -11,24 +11,17 @@
 namespace devhost {
 
 InstanceContent GetInstanceContent(const qxk::Instance& instance) {
-    WorldGuard guard(WorldMutex());
-    const auto* content = dynamic_cast<const InstanceContent*>(Node(instance).extension.get());
-    InstanceContent copy;
-    if (content) {
-        copy.hasComponent = content->hasComponent;
-        copy.component = content->component;
-        copy.hasAnchor = content->hasAnchor;
-        copy.shape = content->shape;
+    {
+        WorldGuard guard(WorldMutex());
+        if (const auto* own = dynamic_cast<const InstanceContent*>(Node(instance).extension.get())) return *own;
     }
-    return copy;
+    du::SmartPtr<WorldContent> world = CurrentContent();
+    const InstanceContent* named = world ? world->ContentForPath(instance.GetIdPath().str()) : nullptr;
+    return named ? *named : InstanceContent();
 }
 
 void SetInstanceContent(qxk::Instance& instance, const InstanceContent& content) {
-    auto* stored = new InstanceContent;
-    stored->hasComponent = content.hasComponent;
-    stored->component = content.component;
-    stored->hasAnchor = content.hasAnchor;
-    stored->shape = content.shape;
+    du::SmartPtr<du::RefCounted> stored(new InstanceContent(content));
     WorldGuard guard(WorldMutex());
     Node(instance).extension = stored;
 }

@@ -18,9 +18,10 @@ struct InstanceContent final : du::RefCounted {
     du::SmartPtr<Shape> shape;
 };
 
-// Gives a copy of the instance's content (defaults when it has none), and
-// sets it; both under the world lock.
+// The instance's content: what was set on it, else what its world names
+// for its idpath, else the defaults.
 InstanceContent GetInstanceContent(const qxk::Instance& instance);
+// Sets an instance's own content, as builders of large worlds do.
 void SetInstanceContent(qxk::Instance& instance, const InstanceContent& content);
 
 }  // namespace devhost

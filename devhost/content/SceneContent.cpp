@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "devhost/content/WorldContent.h"
 #include "devhost/world/SceneModel.h"
 #include "devhost/world/WorldLock.h"
 
@@ -21,7 +22,13 @@ struct MarkupExtras final : du::RefCounted {
 // Under the world lock.
 SceneExtras& ExtrasOf(const qxk::Scene& scene) {
     auto& extension = scene.GetSceneState().extension;
-    if (!extension) extension = new SceneExtras;
+    if (!extension) {
+        auto* extras = new SceneExtras;
+        extension = extras;
+        // A scene's selection starts as its world describes it; nobody
+        // observes it yet, so this calls no one.
+        if (auto content = CurrentContent()) content->ApplyInitialSelection(scene.GetName(), *extras->selection);
+    }
     return static_cast<SceneExtras&>(*extension);
 }
 

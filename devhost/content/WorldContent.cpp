@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "devhost/content/ContentWorldFile.h"
 #include "devhost/world/WorldLock.h"
 #include "devhost/world/WorldModel.h"
 
@@ -44,6 +45,27 @@ du::SmartPtr<Shape> WorldContent::FindShape(const du::Symbol& name) const {
 }
 
 void WorldContent::SetAnnoSets(const std::vector<AnnoSetSpec>& sets) { annoSets_ = new AnnoSetTable(sets); }
+
+void WorldContent::SetContentForPath(const std::string& idPath, const InstanceContent& content) {
+    byPath_[idPath] = content;
+}
+
+const InstanceContent* WorldContent::ContentForPath(const std::string& idPath) const {
+    if (byPath_.empty()) return nullptr;
+    auto found = byPath_.find(idPath);
+    return found == byPath_.end() ? nullptr : &found->second;
+}
+
+void WorldContent::SetInitialSelection(const du::Symbol& sceneName, unsigned int selectionSet,
+                                       std::vector<SelectionItemSpec> items) {
+    initialSelections_[sceneName][selectionSet] = std::move(items);
+}
+
+void WorldContent::ApplyInitialSelection(const du::Symbol& sceneName, SelectionManager& manager) const {
+    auto found = initialSelections_.find(sceneName);
+    if (found == initialSelections_.end()) return;
+    for (const auto& set : found->second) manager.SetSelection(set.first, set.second);
+}
 
 du::SmartPtr<Loader> WorldContent::GetLoader() const { return loaderPresent_ ? loader_ : nullptr; }
 
@@ -104,9 +126,10 @@ du::SmartPtr<WorldContent> ContentOf(qxk::World& world) {
     du::SmartPtr<du::RefCounted> extension = Model(world).GetExtension(kContentKey);
     du::SmartPtr<WorldContent> content(dynamic_cast<WorldContent*>(extension.get()));
     if (!content) {
-        // A world described without content still has what every viewer
-        // has: a loader, selections, labels. It just has no files or modules.
-        content = new WorldContent(std::string());
+        // Made on first use: by the first content section of a world file,
+        // or for a world without content, which still has what every viewer
+        // has (a loader, selections, labels) but no files or modules.
+        content = new WorldContent(ContentLoadFolder());
         Model(world).SetExtension(kContentKey, content);
     }
     return content;

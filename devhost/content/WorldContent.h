@@ -5,13 +5,16 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "devhost/content/AnnoSets.h"
+#include "devhost/content/InstanceContent.h"
 #include "devhost/content/Geometry.h"
 #include "devhost/content/Loader.h"
 #include "devhost/content/OptionalModules.h"
 #include "devhost/content/PluginHandler.h"
+#include "devhost/content/Selection.h"
 #include "devhost/content/Viewables.h"
 #include "qxk/Scene.h"
 #include "du/RefCounted.h"
@@ -46,6 +49,11 @@ public:
     void AddShape(const du::SmartPtr<Shape>& shape);
     du::SmartPtr<Shape> FindShape(const du::Symbol& name) const;
     void SetAnnoSets(const std::vector<AnnoSetSpec>& sets);
+    // Content of the instance at an idpath, whether or not it is read yet.
+    void SetContentForPath(const std::string& idPath, const InstanceContent& content);
+    // A scene's selection as it starts, for scenes of that name.
+    void SetInitialSelection(const du::Symbol& sceneName, unsigned int selectionSet,
+                             std::vector<SelectionItemSpec> items);
     // Sets that fail when applied.
     void SetApplyFails(const du::Symbol& name) { failingSets_.push_back(name); }
 
@@ -54,6 +62,9 @@ public:
     // The loader even when the world hides it, for building and inspection.
     const du::SmartPtr<Loader>& OwnLoader() const { return loader_; }
     du::SmartPtr<qxk::AnnoSetTable> GetAnnoSetTable() const;
+    const InstanceContent* ContentForPath(const std::string& idPath) const;
+    // Sets the initial selection of the named scene on a new selection manager.
+    void ApplyInitialSelection(const du::Symbol& sceneName, SelectionManager& manager) const;
     du::SmartPtr<PluginHandler> GetPlugin() const { return plugin_; }
     const std::shared_ptr<ModuleCallLog>& ModuleCalls() const { return moduleCalls_; }
 
@@ -90,6 +101,8 @@ private:
     const std::string folder_;
     std::atomic<bool> loaderPresent_{true};
     std::map<du::Symbol, du::SmartPtr<Shape>> shapes_;
+    std::unordered_map<std::string, InstanceContent> byPath_;
+    std::map<du::Symbol, std::map<unsigned int, std::vector<SelectionItemSpec>>> initialSelections_;
     std::vector<du::Symbol> failingSets_;
     const std::shared_ptr<ModuleCallLog> moduleCalls_;
     du::SmartPtr<qxk::AnnoSetTable> annoSets_;

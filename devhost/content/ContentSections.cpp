@@ -1,0 +1,326 @@
+#include "devhost/content/ContentSections.h"
+
+#include <map>
+#include <set>
+
+namespace devhost {
+namespace {
+
+// Reading state of one section: where we are, and where problems go.
+class Reader {
+public:
+    explicit Reader(const ContentErrorSink& error) : error_(error) {}
+
+    bool Fail(const std::string& place, const std::string& message) {
+        error_(place, message);
+        return false;
+    }
+    bool Expect(bool condition, const std::string& place, const std::string& message) {
+        return condition || Fail(place, message);
+    }
+    bool String(const rapidjson::Value& object, const char* key, const std::string& place, du::Symbol& out,
+                bool required) {
+        auto member = object.FindMember(key);
+        if (member == object.MemberEnd()) return !required || Fail(place, std::string("missing \"") + key + "\"");
+        if (!member->value.IsString()) return Fail(place + "/" + key, "must be a string");
+        out = du::Symbol(member->value.GetString(), member->value.GetStringLength());
+        return true;
+    }
+    bool Bool(const rapidjson::Value& object, const char* key, const std::string& place, bool& out) {
+        auto member = object.FindMember(key);
+        if (member == object.MemberEnd()) return true;
+        if (!member->value.IsBool()) return Fail(place + "/" + key, "must be true or false");
+        out = member->value.GetBool();
+        return true;
+    }
+
+private:
+    const ContentErrorSink& error_;
+};
+
+std::string Index(const std::string& place, rapidjson::SizeType i) { return place + "/" + std::to_string(i); }
+
+bool ReadGeometry(Reader& r, const rapidjson::Value& value, const std::string& place, std::set<std::string>& ids,
+                  du::SmartPtr<qxg::Object>& out) {
+    if (!r.Expect(value.IsObject(), place, "must be an object")) return false;
+    du::Symbol kindName, id;
+    if (!r.String(value, "kind", place, kindName, true) || !r.String(value, "id", place, id, true)) return false;
+    GeomKind kind;
+    if (!GeomKindFromName(kindName.str(), kind)) return r.Fail(place + "/kind", "unknown kind \"" + kindName.str() + "\"");
+    if (!ids.insert(id.str()).second) return r.Fail(place + "/id", "id \"" + id.str() + "\" is used twice in the shape");
+    std::vector<du::SmartPtr<qxg::Object>> children;
+    auto member = value.FindMember("children");
+    if (member != value.MemberEnd()) {
+        const std::string childrenPlace = place + "/children";
+        if (!r.Expect(IsContainerKind(kind), childrenPlace, "only bodies, regions and shells hold geometry") ||
+            !r.Expect(member->value.IsArray(), childrenPlace, "must be an array"))
+            return false;
+        for (rapidjson::SizeType i = 0; i < member->value.Size(); ++i) {
+            du::SmartPtr<qxg::Object> child;
+            if (!ReadGeometry(r, member->value[i], Index(childrenPlace, i), ids, child)) return false;
+            children.push_back(child);
+        }
+    }
+    out = MakeGeometry(kind, id.str(), std::move(children));
+    return true;
+}
+
+bool ReadShapes(Reader& r, const rapidjson::Value& value, const std::string& at, WorldContent& content) {
+    if (!r.Expect(value.IsObject(), at, "must be an object of shapes by name")) return false;
+    for (auto shape = value.MemberBegin(); shape != value.MemberEnd(); ++shape) {
+        const std::string place = at + "/" + shape->name.GetString();
+        auto bodies = shape->value.IsObject() ? shape->value.FindMember("bodies") : shape->value.MemberEnd();
+        if (!r.Expect(shape->value.IsObject() && bodies != shape->value.MemberEnd() && bodies->value.IsArray(), place,
+                      "must be an object with an array \"bodies\""))
+            return false;
+        std::set<std::string> ids;
+        std::vector<du::SmartPtr<qxg::Object>> objects;
+        for (rapidjson::SizeType i = 0; i < bodies->value.Size(); ++i) {
+            du::SmartPtr<qxg::Object> body;
+            const std::string bodyPlace = Index(place + "/bodies", i);
+            if (!ReadGeometry(r, bodies->value[i], bodyPlace, ids, body)) return false;
+            if (!r.Expect(dynamic_cast<qxg::Body*>(body.get()) != nullptr, bodyPlace, "must be of kind \"body\""))
+                return false;
+            objects.push_back(body);
+        }
+        content.AddShape(new Shape(du::Symbol(shape->name.GetString()), new ShapeData(objects)));
+    }
+    return true;
+}
+
+bool ReadViewable(Reader& r, const rapidjson::Value& value, const std::string& place, ViewableSpec& spec) {
+    if (!r.Expect(value.IsObject(), place, "must be an object")) return false;
+    du::Symbol kind;
+    if (!r.String(value, "kind", place, kind, true) || !r.String(value, "name", place, spec.name, true) ||
+        !r.String(value, "type", place, spec.type, false))
+        return false;
+    if (kind == "plain") {
+        spec.kind = ViewableKind::Plain;
+    } else if (kind == "illustration3d") {
+        spec.kind = ViewableKind::Illustration3d;
+        if (!r.String(value, "thumbnail", place, spec.thumbnail, false)) return false;
+    } else if (kind == "illustrate") {
+        spec.kind = ViewableKind::Illustrate;
+        auto nested = value.FindMember("viewables");
+        if (nested != value.MemberEnd()) {
+            if (!r.Expect(nested->value.IsArray(), place + "/viewables", "must be an array")) return false;
+            for (rapidjson::SizeType i = 0; i < nested->value.Size(); ++i) {
+                spec.nested.emplace_back();
+                if (!ReadViewable(r, nested->value[i], Index(place + "/viewables", i), spec.nested.back()))
+                    return false;
+            }
+        }
+    } else {
+        return r.Fail(place + "/kind", "unknown kind \"" + kind.str() + "\"");
+    }
+    if (spec.type.IsNull()) spec.type = kind;
+    return true;
+}
+
+bool ReadComponents(Reader& r, const rapidjson::Value& value, const std::string& at, WorldContent& content) {
+    if (!r.Expect(value.IsObject(), at, "must be an object of components by idpath")) return false;
+    for (auto entry = value.MemberBegin(); entry != value.MemberEnd(); ++entry) {
+        const std::string place = at + "/" + entry->name.GetString();
+        const rapidjson::Value& spec = entry->value;
+        if (!r.Expect(spec.IsObject(), place, "must be an object")) return false;
+        InstanceContent instance;
+        if (!r.Bool(spec, "anchor", place, instance.hasAnchor) ||
+            !r.Bool(spec, "component", place, instance.hasComponent))
+            return false;
+        du::Symbol shapeName;
+        if (!r.String(spec, "shape", place, shapeName, false)) return false;
+        if (!shapeName.IsNull()) {
+            instance.shape = content.FindShape(shapeName);
+            if (!instance.shape) return r.Fail(place + "/shape", "no shape \"" + shapeName.str() + "\"");
+        }
+        auto viewables = spec.FindMember("viewables");
+        if (viewables != spec.MemberEnd()) {
+            if (!r.Expect(viewables->value.IsArray(), place + "/viewables", "must be an array")) return false;
+            std::vector<du::SmartPtr<qxk::ViewableSource>> sources;
+            for (rapidjson::SizeType i = 0; i < viewables->value.Size(); ++i) {
+                ViewableSpec viewable;
+                if (!ReadViewable(r, viewables->value[i], Index(place + "/viewables", i), viewable)) return false;
+                sources.push_back(MakeViewable(viewable));
+            }
+            instance.component = new ComponentNode(std::move(sources));
+        }
+        content.SetContentForPath(entry->name.GetString(), instance);
+    }
+    return true;
+}
+
+bool ReadFetchRule(Reader& r, const rapidjson::Value& value, const std::string& place, FetchRule& rule) {
+    static const std::map<std::string, FetchMode> modes = {
+        {"deliver", FetchMode::Deliver}, {"fail", FetchMode::Fail}, {"never", FetchMode::Never}, {"held", FetchMode::Held}};
+    du::Symbol mode;
+    if (value.IsString()) {
+        mode = du::Symbol(value.GetString());
+    } else if (!r.Expect(value.IsObject(), place, "must be a mode or an object") ||
+               !r.String(value, "mode", place, mode, false) || !r.String(value, "after", place, rule.after, false)) {
+        return false;
+    }
+    if (mode.IsNull()) return true;
+    auto found = modes.find(mode.str());
+    if (found == modes.end()) return r.Fail(place, "unknown fetch mode \"" + mode.str() + "\"");
+    rule.mode = found->second;
+    return true;
+}
+
+bool ReadLoader(Reader& r, const rapidjson::Value& value, const std::string& at, WorldContent& content) {
+    if (!r.Expect(value.IsObject(), at, "must be an object")) return false;
+    bool present = true;
+    if (!r.Bool(value, "present", at, present)) return false;
+    content.SetLoaderPresent(present);
+    auto fetches = value.FindMember("fetches");
+    if (fetches == value.MemberEnd()) return true;
+    if (!r.Expect(fetches->value.IsObject(), at + "/fetches", "must be an object of rules by file source"))
+        return false;
+    for (auto rule = fetches->value.MemberBegin(); rule != fetches->value.MemberEnd(); ++rule) {
+        FetchRule parsed;
+        if (!ReadFetchRule(r, rule->value, at + "/fetches/" + rule->name.GetString(), parsed))
+            return false;
+        content.OwnLoader()->SetFetchRule(du::Symbol(rule->name.GetString()), parsed);
+    }
+    return true;
+}
+
+bool ReadModules(Reader& r, const rapidjson::Value& value, const std::string& at, WorldContent& content) {
+    if (!r.Expect(value.IsObject(), at, "must be an object")) return false;
+    for (auto module = value.MemberBegin(); module != value.MemberEnd(); ++module) {
+        const std::string name = module->name.GetString();
+        const std::string place = at + "/" + name;
+        const rapidjson::Value& spec = module->value;
+        if (spec.IsBool() && !spec.GetBool()) continue;
+        du::Symbol profiles = du::Symbol::EMPTY;
+        if (spec.IsObject()) {
+            if (!r.String(spec, "profiles", place, profiles, false)) return false;
+        } else if (!r.Expect(spec.IsBool(), place, "must be true, false or an object")) {
+            return false;
+        }
+        if (name == "ecadapi") {
+            content.AddEcadModule();
+        } else if (name == "webipc") {
+            content.AddWebIpcModule();
+        } else if (name == "illustrate") {
+            content.AddIllustrateModule(profiles);
+        } else if (name == "schematic") {
+            content.AddSchematicModule(profiles);
+        } else {
+            return r.Fail(place, "unknown module \"" + name + "\"");
+        }
+    }
+    return true;
+}
+
+bool ReadAnnotationSets(Reader& r, const rapidjson::Value& value, const std::string& at, WorldContent& content) {
+    static const std::map<std::string, AnnoSetSpec::SceneKind> kinds = {
+        {"shape", AnnoSetSpec::SceneKind::Shape},
+        {"illustration3d", AnnoSetSpec::SceneKind::Illustration3d},
+        {"plain", AnnoSetSpec::SceneKind::Plain}};
+    if (!r.Expect(value.IsArray(), at, "must be an array")) return false;
+    std::vector<AnnoSetSpec> sets;
+    for (rapidjson::SizeType i = 0; i < value.Size(); ++i) {
+        const std::string place = Index(at, i);
+        const rapidjson::Value& spec = value[i];
+        if (!r.Expect(spec.IsObject(), place, "must be an object")) return false;
+        AnnoSetSpec set;
+        du::Symbol scene;
+        bool fails = false;
+        if (!r.String(spec, "name", place, set.name, true) || !r.String(spec, "propName", place, set.propName, false) ||
+            !r.String(spec, "scene", place, scene, false) || !r.Bool(spec, "applyFails", place, fails))
+            return false;
+        if (set.propName.IsNull()) set.propName = du::Symbol::EMPTY;
+        auto type = spec.FindMember("contentType");
+        if (type != spec.MemberEnd()) {
+            if (!r.Expect(type->value.IsUint() && type->value.GetUint() <= 2, place + "/contentType",
+                          "must be 1 (model) or 2 (illustration)"))
+                return false;
+            set.contentType = static_cast<qxk::AnnoSetContentType>(type->value.GetUint());
+        }
+        if (!scene.IsNull()) {
+            auto kind = kinds.find(scene.str());
+            if (kind == kinds.end()) return r.Fail(place + "/scene", "unknown scene kind \"" + scene.str() + "\"");
+            set.sceneKind = kind->second;
+        }
+        if (fails) content.SetApplyFails(set.name);
+        sets.push_back(set);
+    }
+    content.SetAnnoSets(sets);
+    return true;
+}
+
+bool ReadSelectionItem(Reader& r, const rapidjson::Value& value, const std::string& place, SelectionItemSpec& item) {
+    if (!r.Expect(value.IsObject(), place, "must be an object")) return false;
+    if (!r.Bool(value, "representation", place, item.hasRepresentation) ||
+        !r.String(value, "contentType", place, item.contentType, item.hasRepresentation))
+        return false;
+    auto fields = value.FindMember("fields");
+    if (fields != value.MemberEnd()) {
+        if (!r.Expect(fields->value.IsObject(), place + "/fields", "must be an object of texts")) return false;
+        for (auto field = fields->value.MemberBegin(); field != fields->value.MemberEnd(); ++field) {
+            if (!r.Expect(field->value.IsString(), place + "/fields/" + field->name.GetString(), "must be a string"))
+                return false;
+            item.fields.emplace_back(du::Symbol(field->name.GetString()),
+                                     std::string(field->value.GetString(), field->value.GetStringLength()));
+        }
+    }
+    auto failing = value.FindMember("failingFields");
+    if (failing != value.MemberEnd()) {
+        if (!r.Expect(failing->value.IsArray(), place + "/failingFields", "must be an array of names")) return false;
+        for (rapidjson::SizeType i = 0; i < failing->value.Size(); ++i) {
+            if (!r.Expect(failing->value[i].IsString(), Index(place + "/failingFields", i), "must be a string"))
+                return false;
+            item.failingFields.insert(du::Symbol(failing->value[i].GetString()));
+        }
+    }
+    return true;
+}
+
+bool ReadSelection(Reader& r, const rapidjson::Value& value, const std::string& at, WorldContent& content) {
+    if (!r.Expect(value.IsArray(), at, "must be an array")) return false;
+    for (rapidjson::SizeType i = 0; i < value.Size(); ++i) {
+        const std::string place = Index(at, i);
+        const rapidjson::Value& spec = value[i];
+        if (!r.Expect(spec.IsObject(), place, "must be an object")) return false;
+        du::Symbol scene;
+        if (!r.String(spec, "scene", place, scene, true)) return false;
+        unsigned int set = 0;
+        auto number = spec.FindMember("set");
+        if (number != spec.MemberEnd()) {
+            if (!r.Expect(number->value.IsUint(), place + "/set", "must be a selection set number")) return false;
+            set = number->value.GetUint();
+        }
+        auto items = spec.FindMember("items");
+        if (!r.Expect(items != spec.MemberEnd() && items->value.IsArray(), place, "needs an array \"items\""))
+            return false;
+        std::vector<SelectionItemSpec> specs;
+        for (rapidjson::SizeType k = 0; k < items->value.Size(); ++k) {
+            specs.emplace_back();
+            if (!ReadSelectionItem(r, items->value[k], Index(place + "/items", k), specs.back())) return false;
+        }
+        content.SetInitialSelection(scene, set, std::move(specs));
+    }
+    return true;
+}
+
+}  // namespace
+
+const std::vector<std::string>& ContentSectionNames() {
+    static const std::vector<std::string> names = {"shapes",  "components",     "loader",
+                                                   "modules", "annotationSets", "selection"};
+    return names;
+}
+
+bool ReadContentSection(const std::string& key, const rapidjson::Value& value, const std::string& place,
+                        WorldContent& content, const ContentErrorSink& error) {
+    Reader r(error);
+    if (key == "shapes") return ReadShapes(r, value, place, content);
+    if (key == "components") return ReadComponents(r, value, place, content);
+    if (key == "loader") return ReadLoader(r, value, place, content);
+    if (key == "modules") return ReadModules(r, value, place, content);
+    if (key == "annotationSets") return ReadAnnotationSets(r, value, place, content);
+    if (key == "selection") return ReadSelection(r, value, place, content);
+    return r.Fail(place, "is not a content section");
+}
+
+}  // namespace devhost
