@@ -23,7 +23,7 @@ target_link_libraries(webapi_core PUBLIC hostapi)
 # keep the plug-in in memory after dlclose.
 target_compile_options(webapi_core PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 
-# The plug-in. Whole-archive: the static registrations of the proxy factories
+# The plug-in, linked with the host's libraries that it calls. Whole-archive: the static registrations of the proxy factories
 # are referenced by nothing else.
 add_library(webapi_plugin MODULE host/ModuleEntries.cpp)
 set_target_properties(webapi_plugin PROPERTIES
@@ -34,4 +34,4 @@ set_target_properties(webapi_plugin PROPERTIES
 target_compile_options(webapi_plugin PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 target_link_options(webapi_plugin PRIVATE
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/webapi.map)
-target_link_libraries(webapi_plugin PRIVATE "$<LINK_LIBRARY:WHOLE_ARCHIVE,webapi_core>" qxplatform qxworld)
+target_link_libraries(webapi_plugin PRIVATE "$<LINK_LIBRARY:WHOLE_ARCHIVE,webapi_core>" qxplatform qxworld qxcontent)
