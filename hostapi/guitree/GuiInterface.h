@@ -6,6 +6,7 @@
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
 #include "guitree/FilteredTree.h"
+#include "guitree/SceneViewListener.h"
 #include "guitree/VisAndIconChanges.h"
 
 namespace qxk {
@@ -23,7 +24,6 @@ class SbomInstance;
 
 namespace guitree {
 
-class SceneViewListener;
 
 // What a tree control offers to the GuiTree that drives it. The GuiTree
 // calls it on its owner's actor thread. Every operation has a plain body

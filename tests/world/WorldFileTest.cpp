@@ -1,0 +1,201 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "TestWorlds.h"
+#include "WorldTestSupport.h"
+#include "du/Localizer.h"
+#include "qxk/BaseInstanceVisitor.h"
+#include "qxk/DrawingView.h"
+#include "qxk/IllustrationView.h"
+#include "qxk/Instance.h"
+#include "qxk/ShapeInstance.h"
+#include "qxk/ShapeView.h"
+#include "qxk/Tree.h"
+#include "qxk/World.h"
+#include "qxkapp/QxkApp.h"
+#include "qxkapp/SceneManager.h"
+
+namespace {
+
+using wtest::CleanWorld;
+
+// Gathers idpaths and levels of a walk.
+class PathVisitor : public qxk::BaseInstanceVisitor {
+public:
+    bool Visit(const du::SmartPtr<qxk::BaseInstance>& instance, unsigned int level) override {
+        seen.push_back(instance->GetIdPath().str() + "@" + std::to_string(level));
+        return instance->GetName() != stopAt.c_str();
+    }
+    std::vector<std::string> seen;
+    std::string stopAt;
+};
+
+std::string LoadError(const std::string& text) {
+    try {
+        devhost::LoadWorldText(text, "w.json");
+    } catch (const devhost::WorldFileError& e) {
+        return e.what();
+    }
+    return "loaded";
+}
+
+TEST(WorldFile, BuildsStructureScenesViewsAndMessages) {
+    CleanWorld clean;
+    EXPECT_FALSE(qxk::World::GetWorld());
+    EXPECT_EQ(qxkapp::QxkApp::Get(), nullptr);
+    ASSERT_TRUE(wtest::Load(wtest::kSmallWorld));
+
+    auto world = qxk::World::GetWorld();
+    ASSERT_TRUE(world);
+    EXPECT_EQ(world->GetActorName(), "small");
+    auto root = world->tree->FindInstance("a");
+    ASSERT_TRUE(root);
+    EXPECT_EQ(root->GetUniqueId(), 100u);
+    auto q1 = world->tree->FindInstance("a/sub/q1");
+    ASSERT_TRUE(q1);
+    EXPECT_EQ(q1->GetIdPath(), "a/sub/q1");
+    EXPECT_EQ(q1->GetParent()->GetIdPath(), "a/sub");
+    EXPECT_NE(q1->GetUniqueId(), root->GetUniqueId());
+    EXPECT_FALSE(world->tree->FindInstance("a/px/c1")) << "unread branches are not in the tree";
+    EXPECT_FALSE(world->tree->FindInstance("a/sub/q1/x"));
+    EXPECT_FALSE(world->tree->FindInstance(""));
+    unsigned int count = 0;
+    world->tree->GetNumInstances(count);
+    EXPECT_EQ(count, 9u);
+
+    auto app = qxkapp::QxkApp::Get();
+    ASSERT_NE(app, nullptr);
+    auto active = app->GetSceneManager()->GetActiveView();
+    ASSERT_TRUE(active);
+    EXPECT_TRUE(active->IsATypeOf(qxk::ShapeView::CLASS_TYPE));
+    EXPECT_TRUE(active->IsATypeOf(qxk::View::CLASS_TYPE));
+    EXPECT_FALSE(active->IsATypeOf(qxk::DrawingView::CLASS_TYPE));
+    du::SmartPtr<qxk::Scene> scene;
+    active->GetScene(scene);
+    auto shapeScene = du::DynamicCast<qxk::ShapeScene>(scene);
+    ASSERT_TRUE(shapeScene);
+    EXPECT_EQ(scene->GetView(0), active);
+    EXPECT_FALSE(scene->GetView(1));
+    unsigned int shapes = 0;
+    shapeScene->GetNumShapeInstances(shapes);
+    EXPECT_EQ(shapes, 3u);
+    du::SmartPtr<qxk::ShapeInstance> p2;
+    ASSERT_TRUE(shapeScene->GetShapeInstance(world->tree->FindInstance("a/p2"), p2));
+    EXPECT_FALSE(p2->IsVisible());
+    EXPECT_EQ(p2->GetColor().GetAsHex(), 0x11223344u);
+    EXPECT_EQ(app->GetSceneManager()->GetScenes().size(), 2u);
+
+    auto ill = devhost::FindViewNamed("ill");
+    ASSERT_TRUE(ill);
+    EXPECT_TRUE(ill->IsATypeOf(qxk::ClassType(0x34)));
+    EXPECT_TRUE(du::DynamicCast<qxk::IllustrationView>(ill));
+    auto ecad = devhost::FindViewNamed("ecad");
+    ASSERT_TRUE(ecad);
+    EXPECT_TRUE(ecad->IsATypeOf(qxk::ClassType(0x4e)));
+    EXPECT_FALSE(ecad->IsATypeOf(qxk::ClassType(0x4b)));
+
+    EXPECT_EQ(du::Localizer("qxbase:qxkStrings").LocalizeMessage("7000", du::Localizer::AOF_ReturnKey),
+              "Loading the model");
+}
+
+TEST(WorldFile, WalksGiveLevelsFromTheStartAndSkipRefusedBranches) {
+    CleanWorld clean;
+    ASSERT_TRUE(wtest::Load(wtest::kSmallWorld));
+    auto tree = qxk::World::GetWorld()->tree;
+
+    PathVisitor fromSub;
+    tree->FindInstance("a/sub")->Visit(fromSub, qxk::BaseInstance::VT_DepthFirst);
+    EXPECT_EQ(fromSub.seen, (std::vector<std::string>{"a/sub@0", "a/sub/q1@1"}));
+
+    PathVisitor all;
+    all.stopAt = "sub";
+    tree->Visit(all, qxk::BaseTree::VT_DepthFirst);
+    EXPECT_EQ(all.seen, (std::vector<std::string>{"a@0", "a/p1@1", "a/p2@1", "a/sub@1", "a/px@1", "a/pf@1", "a/pn@1",
+                                                  "a/pm@1"}));
+
+    PathVisitor breadth;
+    tree->Visit(breadth, qxk::BaseTree::VT_BreadthFirst);
+    ASSERT_EQ(breadth.seen.size(), 9u);
+    EXPECT_EQ(breadth.seen.back(), "a/sub/q1@2");
+}
+
+TEST(WorldFile, AWorldCanComeLaterAndGo) {
+    CleanWorld clean;
+    EXPECT_FALSE(qxk::World::GetWorld());
+    auto made = devhost::MakeWorld("later");
+    EXPECT_EQ(qxk::World::GetWorld(), made);
+    ASSERT_TRUE(devhost::AddInstanceAt("", "r"));
+    ASSERT_TRUE(devhost::AddInstanceAt("r", "k"));
+    EXPECT_FALSE(devhost::AddInstanceAt("r", "k")) << "a taken name";
+    EXPECT_FALSE(devhost::AddInstanceAt("nowhere", "k"));
+    EXPECT_TRUE(qxk::World::GetWorld()->tree->FindInstance("r/k"));
+    EXPECT_TRUE(devhost::RemoveInstanceAt("r"));
+    EXPECT_FALSE(qxk::World::GetWorld()->tree->FindInstance("r/k"));
+    devhost::DropWorld();
+    EXPECT_FALSE(qxk::World::GetWorld());
+}
+
+TEST(WorldFile, ReadsFromDisk) {
+    CleanWorld clean;
+    std::string path = ::testing::TempDir() + "world_file_test.json";
+    {
+        std::ofstream out(path);
+        out << wtest::kSmallWorld;
+    }
+    EXPECT_TRUE(devhost::LoadWorldFile(path));
+    EXPECT_THROW(devhost::LoadWorldFile(path + ".missing"), devhost::WorldFileError);
+}
+
+TEST(WorldFile, WrongFilesNameThePlace) {
+    CleanWorld clean;
+    EXPECT_EQ(LoadError("{\"structure\": [}"), "w.json: at line 1, column 16: Invalid value.");
+    EXPECT_EQ(LoadError("[]"), "w.json: at the top: expected an object");
+    EXPECT_EQ(LoadError("{}"), "w.json: at the top: \"structure\" is missing");
+    EXPECT_EQ(LoadError(R"({"structure": [{"name": "a", "children": [{"nam": "b"}]}]})"),
+              "w.json: at /structure/0/children/0/nam: unknown key \"nam\"");
+    EXPECT_EQ(LoadError(R"({"structure": [{"name": "a"}, {"name": "a"}]})"),
+              "w.json: at /structure/1: name \"a\" is taken");
+    EXPECT_EQ(LoadError(R"({"structure": [{"name": "a/b"}]})"),
+              "w.json: at /structure/0: instance name \"a/b\" must be non-empty and hold no \"/\"");
+    EXPECT_EQ(LoadError(R"({"structure": [{"name": "a", "uid": 7}, {"name": "b", "uid": "7"}]})"),
+              "w.json: at /structure/1: id 7 is used twice");
+    EXPECT_EQ(LoadError(R"({"structure": [{"name": "a", "uid": -1}]})"),
+              "w.json: at /structure/0/uid: expected an id, a non-negative integer or a text such as \"0x4e\"");
+    EXPECT_EQ(LoadError(R"({"structure": [{"name": "a", "proxy": {"outcome": "maybe"}}]})"),
+              "w.json: at /structure/0/proxy/outcome: \"maybe\" is not one of \"expand\", \"fail\", \"never\"");
+    EXPECT_EQ(LoadError(R"({"structure": [], "scenes": [{"name": "s", "shapes": ["x"]}]})"),
+              "w.json: at /scenes/0/shapes/0: no loaded instance has the idpath \"x\"");
+    EXPECT_EQ(LoadError(R"({"structure": [], "scenes": [{"name": "s", "kind": "plain",
+                            "views": [{"name": "v", "kind": "shape"}]}]})"),
+              "w.json: at /scenes/0/views/0/kind: a shape view needs a shape scene");
+    EXPECT_EQ(LoadError(R"({"structure": [], "scenes": [{"name": "s", "views": [{"name": "v", "kind": "round"}]}]})"),
+              "w.json: at /scenes/0/views/0/kind: expected a view kind (\"shape\", \"drawing\", \"image\", "
+              "\"document\", \"illustration\") or class number, a non-negative integer or a text such as \"0x4e\"");
+    EXPECT_EQ(LoadError(R"({"structure": [], "activeView": "v"})"),
+              "w.json: at /activeView: no view is named \"v\"");
+    EXPECT_EQ(LoadError(R"({"structure": [], "gadgets": 1})"), "w.json: at /gadgets: unknown section \"gadgets\"");
+    EXPECT_EQ(LoadError(R"({"structure": [], "messages": {"r": {"k": 1}}})"),
+              "w.json: at /messages/r/k: expected a string");
+    EXPECT_FALSE(qxk::World::GetWorld()) << "nothing is published from a wrong file";
+}
+
+TEST(WorldFile, OtherSectionsGoToTheirHandlers) {
+    CleanWorld clean;
+    std::vector<std::string> seen;
+    devhost::RegisterWorldSection("gadgets", [&](const rapidjson::Value& value, devhost::WorldBuilder& builder,
+                                                 const std::string& place) {
+        if (!value.IsArray()) devhost::FailAt(place, "gadgets are a list");
+        seen.push_back(place + " " + std::to_string(value.Size()) + " " +
+                       (builder.Find("a") ? "sees a" : "misses a"));
+        builder.World().SetExtension("gadgets", new du::RefCounted());
+    });
+    auto world = wtest::Load(R"({"structure": [{"name": "a"}], "gadgets": [1, 2]})");
+    ASSERT_TRUE(world);
+    EXPECT_EQ(seen, (std::vector<std::string>{"/gadgets 2 sees a"}));
+    EXPECT_TRUE(world->GetExtension("gadgets"));
+    EXPECT_EQ(LoadError(R"({"structure": [], "gadgets": 3})"), "w.json: at /gadgets: gadgets are a list");
+    devhost::UnregisterWorldSection("gadgets");
+}
+
+}  // namespace
