@@ -74,13 +74,7 @@ bool RunLoop(const std::shared_ptr<QueueCore>& queue) {
     try {
         for (;;) {
             QueueItem item;
-            {
-                std::unique_lock<std::mutex> hold(queue->mutex);
-                queue->wake.wait(hold, [&] { return queue->stopNow || queue->shutdown || !queue->items.empty(); });
-                if (queue->stopNow || queue->items.empty()) break;
-                item = std::move(queue->items.front());
-                queue->items.pop_front();
-            }
+            if (!queue->Take(item)) break;
             if (item.task)
                 item.task();
             else

@@ -14,6 +14,32 @@ void QueueCore::FailUnserved(std::deque<QueueItem>& dropped) {
     }
 }
 
+bool QueueCore::Take(QueueItem& item) {
+    std::unique_lock<std::mutex> hold(mutex);
+    for (;;) {
+        if (stopNow) return false;
+        if (!timers.empty() && timers.begin()->first <= std::chrono::steady_clock::now()) {
+            QueueTimer due = timers.begin()->second;
+            timers.erase(timers.begin());
+            item = QueueItem{nullptr, [due, this] {
+                                 du::SmartPtr<dom::ManagedObject> object = FindBoundObject(due.object, this);
+                                 if (object) object->HandleTimeoutEvent(due.timerId);
+                             }};
+            return true;
+        }
+        if (!items.empty()) {
+            item = std::move(items.front());
+            items.pop_front();
+            return true;
+        }
+        if (shutdown) return false;
+        if (timers.empty())
+            wake.wait(hold);
+        else
+            wake.wait_until(hold, timers.begin()->first);
+    }
+}
+
 bool QueueCore::Post(QueueItem item) {
     {
         std::lock_guard<std::mutex> hold(mutex);
@@ -35,6 +61,7 @@ void QueueCore::Close() {
             std::lock_guard<std::mutex> hold(mutex);
             shutdown = true;
             dropped.swap(items);
+            timers.clear();
             objects = bound;
         }
         // The binding keeps naming this queue, so later senders learn that

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -23,6 +25,12 @@ struct QueueItem {
     std::function<void()> task;
 };
 
+// A timer of one of the queue's objects, due to call its HandleTimeoutEvent.
+struct QueueTimer {
+    unsigned long long object;
+    long long timerId;
+};
+
 // The state of an actor's queue. It outlives the dom::MessageQueue that
 // carries it as long as an object's binding still names it, so that senders
 // to a released object can be told that its actor was shut down.
@@ -30,6 +38,7 @@ struct QueueCore {
     std::mutex mutex;
     std::condition_variable wake;
     std::deque<QueueItem> items;
+    std::multimap<std::chrono::steady_clock::time_point, QueueTimer> timers;
     bool shutdown = false;  // no further items are taken
     bool stopNow = false;   // the loop ends after the item being served
     bool looping = false;
@@ -38,6 +47,9 @@ struct QueueCore {
     std::vector<du::SmartPtr<dom::ManagedObject>> bound;
     std::atomic<unsigned int> host{0};
 
+    // Waits for the next work of the loop: a due timer first, then the
+    // oldest item. False when the loop is to end.
+    bool Take(QueueItem& item);
     // Queues an item; false when the queue is shut down.
     bool Post(QueueItem item);
     // Shuts the queue down for good: unbinds its objects and fails the

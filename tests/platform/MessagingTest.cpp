@@ -9,6 +9,7 @@
 #include "devhost/platform/ActorTasks.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/platform/RawMessages.h"
+#include "devhost/platform/Timers.h"
 #include "dom/Exceptions.h"
 #include "dom/MessageReader.h"
 #include "dom/MessageWriter.h"
@@ -244,4 +245,41 @@ TEST(MessageWriter, NegativeAndHighTagsKeepTheirBits) {
     du::SmartPtr<ptest::CounterServer> object(new ptest::CounterServer);
     EXPECT_EQ(object->StartNewMessage(0xFFFF).GetMessage()->GetTag(), -1);
     EXPECT_EQ(object->StartNewMessage(30).GetMessage()->GetTag(), 30);
+}
+
+namespace {
+
+struct TimedCounter : ptest::CounterServer {
+    void HandleTimeoutEvent(long long timerId) override {
+        fired.push_back(timerId);
+        firedOn = std::this_thread::get_id();
+    }
+    std::vector<long long> fired;
+    std::thread::id firedOn;
+};
+
+}  // namespace
+
+TEST(Timers, DueTimersCallHandleTimeoutEventOnTheActorThread) {
+    du::SmartPtr<TimedCounter> server(new TimedCounter);
+    ptest::TestActor actor(server, "Timers.Counter");
+    ASSERT_TRUE(devhost::StartTimer(server, 1, std::chrono::hours(1)));
+    EXPECT_TRUE(devhost::CancelTimer(server, 1));
+    EXPECT_FALSE(devhost::CancelTimer(server, 1));
+    ASSERT_TRUE(devhost::StartTimer(server, 2, std::chrono::hours(1)));
+    ASSERT_TRUE(devhost::StartTimer(server, 3, std::chrono::milliseconds(0)));
+    actor.Start();
+    std::thread::id actorThread = actor.thread.get_id();
+    // Ask the actor until it has seen the due timer; the other stays set.
+    for (bool seen = false; !seen;) {
+        std::promise<bool> answer;
+        devhost::PostTask(server, [&] { answer.set_value(!server->fired.empty()); });
+        seen = answer.get_future().get();
+    }
+    actor.queue->ShutdownQueue(dom::MessageQueue::SM_Immediate);
+    actor.Join();
+    EXPECT_EQ(server->fired, (std::vector<long long>{3}));
+    EXPECT_EQ(server->firedOn, actorThread);
+    du::SmartPtr<TimedCounter> loose(new TimedCounter);
+    EXPECT_FALSE(devhost::StartTimer(loose, 1, std::chrono::milliseconds(0)));
 }
