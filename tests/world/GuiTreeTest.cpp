@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "WorldTestSupport.h"
+#include "guitree/GuiTree.h"
+#include "guitree/StructureTreeState.h"
+#include "qxk/IdMap.h"
+#include "qxk/Instance.h"
+#include "qxk/ShapeInstance.h"
+#include "qxk/Tree.h"
+#include "qxk/World.h"
+
+namespace {
+
+// Two shape scenes over one structure: "left" shows a branch, "right" is empty.
+const char* kTreeWorld = R"({
+  "structure": [
+    {"name": "a", "children": [
+      {"name": "p1"},
+      {"name": "p2"},
+      {"name": "sub", "children": [{"name": "q1"}, {"name": "q2"}]},
+      {"name": "px", "proxy": {"children": [{"name": "c1"}]}}
+    ]}
+  ],
+  "scenes": [
+    {"name": "left", "shapes": ["a", "a/p1", "a/p2", "a/sub/q1", "a/sub/q2"], "views": [{"name": "l", "kind": "shape"}]},
+    {"name": "right", "views": [{"name": "r", "kind": "shape"}]}
+  ],
+  "activeView": "l"
+})";
+
+class TreeModel : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(wtest::Load(kTreeWorld));
+        tree = new guitree::GuiTree(owner.object);
+        tree->SetTreeState(new guitree::StructureTreeState(*tree, true));
+        tree->SetGuiInterface(&gui);
+    }
+    void TearDown() override {
+        owner.Sync();
+        tree->Close();
+        tree->SetGuiInterface(nullptr);
+    }
+
+    void Initialise() {
+        tree->Initialise(qxk::World::GetWorld());
+        owner.Sync();
+    }
+    int State(const char* path) {
+        return tree->GetTreeState()->GetVisibilityState(qxk::World::GetWorld()->tree->FindInstance(path));
+    }
+    bool AllOnOwnersThread() {
+        auto calls = gui.Calls();
+        return std::all_of(calls.begin(), calls.end(),
+                           [&](const wtest::GuiCall& c) { return c.thread == owner.ThreadId(); });
+    }
+
+    wtest::CleanWorld clean;
+    wtest::Owner owner;
+    wtest::RecordingGui gui;
+    du::SmartPtr<guitree::GuiTree> tree;
+};
+
+TEST_F(TreeModel, InitialiseCreatesEveryInstanceOnTheOwnersThread) {
+    EXPECT_TRUE(gui.listener) << "the interface has its listener as soon as it is installed";
+    EXPECT_FALSE(tree->GetBaseTree());
+    Initialise();
+    EXPECT_EQ(tree->GetBaseTree(), du::SmartPtr<qxk::BaseTree>(qxk::World::GetWorld()->tree));
+    auto names = gui.Names();
+    std::vector<std::string> expected{"StartTreeUpdate",       "InstanceCreate a",       "InstanceCreate a/p1",
+                                      "InstanceCreate a/p2",    "InstanceCreate a/sub",   "InstanceCreate a/sub/q1",
+                                      "InstanceCreate a/sub/q2", "InstanceCreate a/px",   "FinishTreeUpdate",
+                                      "UpdateVisAndTypeIcons"};
+    EXPECT_EQ(names, expected);
+    EXPECT_TRUE(AllOnOwnersThread());
+    EXPECT_EQ(gui.LastState("a"), guitree::VS_VisSomeChdrnVis);
+    EXPECT_EQ(gui.LastState("a/sub"), guitree::VS_NotVisAllChdrnVis);
+    EXPECT_EQ(gui.LastState("a/px"), guitree::VS_NotVisNoChdrnVis);
+}
+
+TEST_F(TreeModel, ChangesOfTheTreeArriveAsUpdates) {
+    Initialise();
+    gui.Clear();
+    devhost::AddInstanceAt("a/sub", "q3");
+    devhost::RemoveInstanceAt("a/p2");
+    owner.Sync();
+    auto names = gui.Names();
+    ASSERT_GE(names.size(), 6u);
+    EXPECT_EQ(std::vector<std::string>(names.begin(), names.begin() + 6),
+              (std::vector<std::string>{"StartTreeUpdate", "InstanceCreate a/sub/q3", "FinishTreeUpdate",
+                                        "UpdateVisAndTypeIcons", "StartTreeUpdate", "InstanceRemove a/p2"}));
+    EXPECT_EQ(gui.LastState("a/sub"), guitree::VS_NotVisSomeChdrnVis) << "q3 has no shape";
+    EXPECT_EQ(gui.LastState("a"), 0) << "a state that did not change is not reported again";
+    EXPECT_EQ(State("a"), guitree::VS_VisSomeChdrnVis);
+    EXPECT_TRUE(AllOnOwnersThread());
+}
+
+TEST_F(TreeModel, AReadProxyBringsItsBranchIntoTheTree) {
+    Initialise();
+    gui.Clear();
+    qxk::World::GetWorld()->tree->FindInstance("a/px")->ExpandProxy(1, nullptr, du::SmartPtr<qxk::IdMap>(),
+                                                                      du::SmartPtr<qxk::IdMap>(), nullptr, false,
+                                                                      false);
+    owner.Sync();
+    auto names = gui.Names();
+    ASSERT_GE(names.size(), 3u);
+    EXPECT_EQ(names[1], "InstanceCreate a/px/c1");
+    EXPECT_EQ(names[2], "FinishTreeUpdate");
+}
+
+TEST_F(TreeModel, VisibilityStatesFollowABranchAsItIsHiddenAndShown) {
+    Initialise();
+    EXPECT_EQ(State("a/sub"), guitree::VS_NotVisAllChdrnVis);
+    auto scene = du::DynamicCast<qxk::ShapeScene>(devhost::FindSceneNamed("left"));
+    auto world = qxk::World::GetWorld();
+    du::SmartPtr<qxk::ShapeInstance> q1;
+    ASSERT_TRUE(scene->GetShapeInstance(world->tree->FindInstance("a/sub/q1"), q1));
+
+    scene->BeginUpdateGroup();
+    q1->SetVisibility(false, false);
+    scene->BeginUpdateGroup();
+    scene->AddShapeInstance(world->tree->FindInstance("a/sub"), 2);
+    scene->EndUpdateGroup();
+    owner.Sync();
+    gui.Clear();
+    EXPECT_EQ(State("a/sub"), guitree::VS_VisSomeChdrnVis) << "the model answers at once";
+    scene->EndUpdateGroup();
+    owner.Sync();
+    EXPECT_EQ(gui.Names(), (std::vector<std::string>{"UpdateVisAndTypeIcons"})) << "one report for the group";
+    EXPECT_EQ(gui.LastState("a/sub"), guitree::VS_VisSomeChdrnVis);
+    EXPECT_EQ(gui.LastState("a/sub/q1"), guitree::VS_NotVisNoChdrnVis);
+
+    du::SmartPtr<qxk::ShapeInstance> sub;
+    scene->GetShapeInstance(world->tree->FindInstance("a/sub"), sub);
+    sub->SetVisibility(false, true);
+    owner.Sync();
+    EXPECT_EQ(gui.LastState("a/sub"), guitree::VS_NotVisNoChdrnVis);
+    EXPECT_EQ(State("a"), guitree::VS_VisSomeChdrnVis);
+    sub->SetVisibility(true, true);
+    owner.Sync();
+    EXPECT_EQ(gui.LastState("a/sub"), guitree::VS_VisAllChdrnVis);
+    EXPECT_EQ(gui.LastState("a/sub/q2"), guitree::VS_VisNoChdrnVis);
+    EXPECT_EQ(State("a/px"), guitree::VS_NotVisNoChdrnVis);
+
+    du::SmartPtr<qxk::ShapeInstance> a;
+    scene->GetShapeInstance(world->tree->FindInstance("a"), a);
+    a->SetVisibility(false, false);
+    owner.Sync();
+    EXPECT_EQ(gui.LastState("a"), guitree::VS_NotVisSomeChdrnVis);
+
+    EXPECT_TRUE(devhost::SetVisibilityOverride("a/p1", guitree::VS_VisPartlyVis));
+    EXPECT_EQ(State("a/p1"), guitree::VS_VisPartlyVis);
+    EXPECT_TRUE(AllOnOwnersThread());
+}
+
+TEST_F(TreeModel, SwitchingTheActiveViewReportsTheNewScenesStates) {
+    Initialise();
+    gui.Clear();
+    ASSERT_TRUE(devhost::ActivateView("r"));
+    owner.Sync();
+    auto names = gui.Names();
+    EXPECT_EQ(names, (std::vector<std::string>{"ActiveViewChanged", "UpdateVisAndTypeIconVisibleChanges"}));
+    EXPECT_EQ(gui.LastState("a"), guitree::VS_NotVisNoChdrnVis);
+    EXPECT_EQ(State("a/p1"), guitree::VS_NotVisNoChdrnVis);
+}
+
+TEST_F(TreeModel, ANamedSceneWinsAndAGoneWorldClearsTheTree) {
+    gui.listener->OnScene(devhost::FindSceneNamed("right"));
+    Initialise();
+    EXPECT_EQ(State("a/p1"), guitree::VS_NotVisNoChdrnVis);
+    gui.Clear();
+    devhost::DropWorld();
+    owner.Sync();
+    EXPECT_EQ(gui.Names(), (std::vector<std::string>{"ClearTree"}));
+}
+
+TEST_F(TreeModel, AClosedTreeSaysNothingMore) {
+    Initialise();
+    tree->Close();
+    gui.Clear();
+    devhost::AddInstanceAt("a", "late");
+    devhost::ShowInstance("left", "a/p2", false);
+    owner.Sync();
+    EXPECT_TRUE(gui.Calls().empty());
+}
+
+TEST_F(TreeModel, WithoutVisibilityTheStateIsUnknown) {
+    guitree::StructureTreeState blind(*tree, false);
+    Initialise();
+    EXPECT_EQ(blind.GetVisibilityState(qxk::World::GetWorld()->tree->FindInstance("a")), guitree::VS_Num);
+}
+
+}  // namespace
