@@ -306,7 +306,7 @@ bool ReadSelection(Reader& r, const rapidjson::Value& value, const std::string& 
 }  // namespace
 
 const std::vector<std::string>& ContentSectionNames() {
-    static const std::vector<std::string> names = {"shapes",  "components",     "loader",
+    static const std::vector<std::string> names = {"geometry", "components",    "loader",
                                                    "modules", "annotationSets", "selection"};
     return names;
 }
@@ -314,7 +314,7 @@ const std::vector<std::string>& ContentSectionNames() {
 bool ReadContentSection(const std::string& key, const rapidjson::Value& value, const std::string& place,
                         WorldContent& content, const ContentErrorSink& error) {
     Reader r(error);
-    if (key == "shapes") return ReadShapes(r, value, place, content);
+    if (key == "geometry") return ReadShapes(r, value, place, content);
     if (key == "components") return ReadComponents(r, value, place, content);
     if (key == "loader") return ReadLoader(r, value, place, content);
     if (key == "modules") return ReadModules(r, value, place, content);

@@ -1,0 +1,61 @@
+#include "ContentTestSupport.h"
+
+#include <future>
+
+#include "devhost/platform/ActorTasks.h"
+#include "devhost/platform/Faults.h"
+#include "devhost/world/Application.h"
+#include "devhost/world/HostWorker.h"
+#include "devhost/world/WorldModel.h"
+
+namespace ctest {
+namespace {
+
+class ActorObject : public dom::ManagedObject {};
+
+}  // namespace
+
+Actor::Actor() : object(new ActorObject), actor_(object, "content-test-actor") {
+    actor_.Start();
+    Run([this] { threadId_ = std::this_thread::get_id(); });
+}
+
+Actor::~Actor() { SettleUntil([] { return true; }); }
+
+void Actor::Manage(const du::SmartPtr<dom::ManagedObject>& managed) {
+    Run([this, managed] { object->ManageObject(managed); });
+}
+
+void Actor::Run(const std::function<void()>& task) {
+    std::promise<void> done;
+    if (devhost::PostTask(object, [&] {
+            task();
+            done.set_value();
+        }))
+        done.get_future().wait();
+}
+
+bool Actor::SettleUntil(const std::function<bool()>& done) {
+    // Work done on the worker may post more work there and to the actor;
+    // each round lets one more step of such a chain run.
+    for (int round = 0; round < 50; ++round) {
+        if (done()) return true;
+        devhost::DrainHostWorker();
+        Run([] {});
+    }
+    return done();
+}
+
+CleanHost::CleanHost() {
+    devhost::DropWorld();
+    devhost::DropApplication();
+}
+
+CleanHost::~CleanHost() {
+    devhost::DisarmAllFaults();
+    devhost::DrainHostWorker();
+    devhost::DropWorld();
+    devhost::DropApplication();
+}
+
+}  // namespace ctest
