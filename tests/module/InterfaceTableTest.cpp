@@ -60,13 +60,6 @@ TEST(InterfaceTableTest, SortedIndexAndIdsAgree) {
     ExpectIdentitiesAgree<webapi::ViewablesRequest>(3);
 }
 
-TEST(InterfaceTableTest, OnlyGetAllModelAnnotationsPassesOut) {
-    for (const auto& method : InterfaceTable<webapi::WebApiModule>::kMethods) {
-        const bool out = std::string(method.signature).find("__O") != std::string::npos;
-        EXPECT_EQ(out, method.id == 29) << method.signature;
-    }
-}
-
 TEST(InterfaceTableTest, FactoriesPublishInIndexOrder) {
     ExpectFactoryPublishes<webapi::WebApiModule>();
     ExpectFactoryPublishes<webapi::TreeObserver>();
