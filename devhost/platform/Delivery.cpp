@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "devhost/platform/Faults.h"
 #include "devhost/platform/MessageContent.h"
 #include "devhost/platform/ObjectRegistry.h"
 #include "dom/Exceptions.h"
@@ -45,6 +46,12 @@ void EndLoop(QueueCore& queue) {
 void Deliver(const dom::MessagePtr& message) {
     if (!message) return;
     dom::Message::Content& content = message->GetContent();
+    // A lost message: gone without a word when one-way, a lost connection
+    // to a sender that waits.
+    if (HitFault("dom::ManagedObject::DeliverMessage")) {
+        if (content.needsReply) throw dom::ConnectionLostException("The connection to the receiver was lost");
+        return;
+    }
     BoundObject target = ResolveTarget(content.target);
     const bool request = content.needsReply;
     if (request && !content.BeginRequest())

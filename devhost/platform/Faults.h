@@ -5,7 +5,14 @@
 namespace devhost {
 
 // Fault injection for the whole development host. A fault point is named
-// after its operation, e.g. "du::CommonAllocatorImpl::Allocate".
+// after its operation. The platform's points, and what Fail does at each:
+//   "du::CommonAllocatorImpl::Allocate"   null (any kind reads as Fail here)
+//   "dp::Thread::Start"                   false, no thread
+//   "dom::ManagedObject::ManageSelf"      false, not bound
+//   "dom::ManagedObject::ManageObject"    false, not bound
+//   "dom::ManagedObject::DeliverMessage"  one-way: lost; request:
+//                                         dom::ConnectionLostException
+//   "dom::MessageWriter::StartMessageReply"  no reply is written
 enum class FaultKind {
     Fail,                  // the operation gives null or false
     ThrowStd,              // std::runtime_error(text)

@@ -6,6 +6,7 @@
 #include <typeinfo>
 
 #include "devhost/platform/Delivery.h"
+#include "devhost/platform/Faults.h"
 #include "devhost/platform/MessageContent.h"
 #include "devhost/platform/ObjectRegistry.h"
 #include "devhost/platform/ProxyBinding.h"
@@ -91,7 +92,7 @@ bool ManagedObject::HandleOnIdleEvent() { return false; }
 void ManagedObject::OnManage() {}
 
 bool ManagedObject::ManageSelf(const du::SmartPtr<MessageQueue>& queue, const du::Symbol& name, Scope scope) {
-    if (!queue) return false;
+    if (!queue || devhost::HitFault("dom::ManagedObject::ManageSelf")) return false;
     const std::shared_ptr<devhost::QueueCore>& core = queue->GetState().core;
     if (!Bind(*this, core, scope == SCOPE_Global ? name : du::Symbol())) return false;
     try {
@@ -106,7 +107,7 @@ bool ManagedObject::ManageSelf(const du::SmartPtr<MessageQueue>& queue, const du
 }
 
 bool ManagedObject::ManageObject(const du::SmartPtr<ManagedObject>& object) {
-    if (!object) return false;
+    if (!object || devhost::HitFault("dom::ManagedObject::ManageObject")) return false;
     std::shared_ptr<devhost::QueueCore> queue = QueueOf(*this);
     if (!queue || !Bind(*object, queue, du::Symbol())) return false;
     object->OnManage();

@@ -95,7 +95,9 @@ MessageQueue::~MessageQueue() {
 }
 
 void MessageQueue::ShutdownQueue(ShutdownMode mode) {
-    devhost::QueueCore& core = *state_->core;
+    // Closing may free the last holder of this queue; the core stays for the call.
+    std::shared_ptr<devhost::QueueCore> held = state_->core;
+    devhost::QueueCore& core = *held;
     std::deque<devhost::QueueItem> dropped;
     bool idle;
     {

@@ -8,6 +8,7 @@ namespace devhost {
 
 dom::MessagePtr SendRawMessage(const du::SmartPtr<dom::ManagedObject>& target, short table, short tag,
                                const std::vector<MessageValue>& values, bool needsReply) {
+    if (!target) return nullptr;
     dom::MessageWriter writer = target->StartNewMessage(static_cast<unsigned short>(tag));
     if (needsReply)
         writer.MarkNeedsReplyFlag();

@@ -18,6 +18,7 @@ namespace devhost {
 // (dom::MessageProtocolException for a bad tag or table or a missing reply,
 // dom::ActorShutdownException, dom::InvalidActorException); the returned
 // message then holds the reply's values. Without it the call returns at once.
+// A null target sends nothing and gives null.
 dom::MessagePtr SendRawMessage(const du::SmartPtr<dom::ManagedObject>& target, short table, short tag,
                                const std::vector<MessageValue>& values, bool needsReply);
 

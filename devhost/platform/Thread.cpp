@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 
+#include "devhost/platform/Faults.h"
 #include "dp/QXTracer.h"
 
 namespace dp {
@@ -102,7 +103,7 @@ Thread::~Thread() {
 
 bool Thread::Start(bool waitForStartup) {
     std::unique_lock<std::mutex> hold(impl_->mutex);
-    if (impl_->started) return false;
+    if (impl_->started || devhost::HitFault("dp::Thread::Start")) return false;
     pthread_attr_t attributes;
     if (pthread_attr_init(&attributes) != 0) return false;
     bool made = pthread_attr_setstacksize(&attributes, UsableStackSize(impl_->stackSize)) == 0 &&

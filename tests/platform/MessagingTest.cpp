@@ -123,6 +123,15 @@ TEST_F(Messaging, HandlerExceptionEndsTheActorForGood) {
     EXPECT_FALSE(server->IsManaged());
 }
 
+TEST_F(Messaging, LostMessagesAndLostConnections) {
+    devhost::ArmFault("dom::ManagedObject::DeliverMessage", {devhost::FaultKind::Fail, "", 2});
+    du::SmartPtr<ptest::Counter> counter = CounterProxy();
+    counter->Note("lost");
+    EXPECT_THROW(counter->Add(1), dom::ConnectionLostException);
+    EXPECT_EQ(counter->Add(1), 1);
+    EXPECT_TRUE(server->lastNote.IsNull());
+}
+
 TEST_F(Messaging, ConcurrentSendersEachGetTheirOwnReply) {
     constexpr int kThreads = 6, kRequests = 150;
     std::vector<std::thread> senders;

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "devhost/platform/Faults.h"
 #include "dp/ReadWriteLock.h"
 #include "dp/Thread.h"
 
@@ -71,10 +72,12 @@ TEST(Thread, RequestedStackSizeIsApplied) {
     EXPECT_LT(large.stackSize, 0x500000u);
 }
 
-TEST(Thread, WaitWithoutStartReturns) {
+TEST(Thread, AFailedStartRunsNothingAndWaitReturns) {
     Recorder idle(0x80000);
+    devhost::ArmFault("dp::Thread::Start", {devhost::FaultKind::Fail, "", 1});
+    EXPECT_FALSE(idle.Start(true));
     idle.WaitForThreadToTerminate();
-    EXPECT_EQ(idle.mains.load(), 0);
+    EXPECT_EQ(idle.startups.load(), 0);
 }
 
 TEST(ReadWriteLock, WritersExcludeEachOther) {
