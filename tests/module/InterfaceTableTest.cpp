@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "devhost/platform/Faults.h"
 #include "dom/Proxy.h"
 #include "du/Symbol.h"
 #include "remote/FactoryRegistration.h"
@@ -67,6 +68,14 @@ TEST(InterfaceTableTest, FactoriesPublishInIndexOrder) {
     dom::ProxyFactory* factory = dom::ProxyFactoryMap::Instance().FindFactory(du::Symbol("webapi::WebApiModule"));
     EXPECT_EQ(factory->GetMethodSignature(29), "ZoomToSelected__Il");
     EXPECT_EQ(factory->GetMethodId(29), 11);
+}
+
+TEST(InterfaceTableTest, NoMemoryGivesNullFactoryAndProxy) {
+    dom::ProxyFactory* factory = dom::ProxyFactoryMap::Instance().FindFactory(du::Symbol("webapi::WebApiModule"));
+    devhost::ArmFault("du::CommonAllocatorImpl::Allocate", devhost::Fault{devhost::FaultKind::Fail, "", 2});
+    EXPECT_EQ(webapi::remote::NewProxyFactory<webapi::ViewablesRequest>(), nullptr);
+    EXPECT_EQ(factory->CreateProxy(0, 0), nullptr);
+    devhost::DisarmAllFaults();
 }
 
 TEST(InterfaceTableTest, SecondUnregistrationRemovesNothing) {
