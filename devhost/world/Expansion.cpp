@@ -56,12 +56,23 @@ void TopProxies(InstanceNode& start, std::vector<InstanceNode*>& found) {
     }
 }
 
-std::map<InstanceNode*, std::vector<Waiter>>& AllWaiters() {
-    static std::map<InstanceNode*, std::vector<Waiter>> waiters;
-    return waiters;
+// Proxies being read, each kept alive with its waiters until its read ends,
+// as the host's reading job would hold it.
+struct Reading {
+    du::SmartPtr<InstanceNode> proxy;
+    std::vector<Waiter> waiters;
+};
+
+std::map<InstanceNode*, Reading>& AllWaiters() {
+    static std::map<InstanceNode*, Reading> readings;
+    return readings;
 }
 
-std::vector<Waiter>& WaitersOf(InstanceNode& proxy) { return AllWaiters()[&proxy]; }
+std::vector<Waiter>& WaitersOf(InstanceNode& proxy) {
+    Reading& reading = AllWaiters()[&proxy];
+    reading.proxy = &proxy;
+    return reading.waiters;
+}
 
 void Finish(const std::shared_ptr<Expansion>& expansion) {
     if (!expansion->event) return;
@@ -73,14 +84,14 @@ void Finish(const std::shared_ptr<Expansion>& expansion) {
 
 void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success) {
     TreeChange change;
-    TreeModel* tree = nullptr;
+    du::SmartPtr<TreeModel> tree;
     std::vector<std::shared_ptr<Expansion>> finished;
     {
         WorldGuard guard(WorldMutex());
         ProxyInfo& info = *proxy->proxy;
         if (!info.reading) return;
         info.reading = false;
-        tree = proxy->tree;
+        if (proxy->tree && proxy->tree->GetReferenceCount() > 0) tree = proxy->tree;  // not one on its way out
         if (success) {
             info.expanded = true;
             if (tree) {
@@ -93,8 +104,11 @@ void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success) {
             info.failed = true;
         }
         std::vector<Waiter> waiters;
-        waiters.swap(AllWaiters()[proxy.get()]);
-        AllWaiters().erase(proxy.get());
+        auto reading = AllWaiters().find(proxy.get());
+        if (reading != AllWaiters().end()) {
+            waiters.swap(reading->second.waiters);
+            AllWaiters().erase(reading);
+        }
         for (const Waiter& waiter : waiters) {
             Expansion& expansion = *waiter.expansion;
             expansion.failed = expansion.failed || !success;
@@ -111,9 +125,19 @@ void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success) {
     for (const auto& expansion : finished) Finish(expansion);
 }
 
+// Reads of proxies that have left their tree, or whose world has gone, can
+// bring nothing into a tree: they are forgotten, as never answering.
 void PendingProxies(std::vector<du::SmartPtr<InstanceNode>>& pending) {
-    for (const auto& entry : AllWaiters())
-        if (entry.first->proxy && entry.first->proxy->reading) pending.emplace_back(entry.first);
+    auto& all = AllWaiters();
+    for (auto it = all.begin(); it != all.end();) {
+        if (!it->first->tree) {
+            it->first->proxy->reading = false;
+            it = all.erase(it);
+            continue;
+        }
+        pending.push_back(it->second.proxy);
+        ++it;
+    }
 }
 
 }  // namespace
@@ -170,10 +194,11 @@ bool qxk::Instance::ExpandProxy(int depth, AsyncEvent* event, const du::SmartPtr
         std::vector<devhost::InstanceNode*> proxies;
         devhost::TopProxies(devhost::Node(*this), proxies);
         for (devhost::InstanceNode* proxy : proxies) devhost::Enlist(*proxy, expansion, depth < 1 ? 1 : depth);
+        // Reads may finish on the worker as soon as the lock is released.
+        if (!proxies.empty()) return true;
+        // Nothing to read: a failed proxy, or a branch with no unread part.
+        expansion->failed = true;
     }
-    if (expansion->outstanding > 0) return true;
-    // Nothing to read: a failed proxy, or a branch with no unread part.
-    expansion->failed = true;
     devhost::Finish(expansion);
     return false;
 }

@@ -8,7 +8,18 @@
 namespace devhost {
 
 TreeModel::TreeModel() = default;
-TreeModel::~TreeModel() = default;
+TreeModel::~TreeModel() {
+    // Instances may outlive their tree; they then belong to none.
+    WorldGuard guard(WorldMutex());
+    std::vector<InstanceNode*> stack;
+    for (const auto& root : roots) stack.push_back(root.get());
+    while (!stack.empty()) {
+        InstanceNode* node = stack.back();
+        stack.pop_back();
+        node->tree = nullptr;
+        for (const auto& child : node->children) stack.push_back(child.get());
+    }
+}
 
 std::size_t TreeModel::KeyHash::operator()(const Key& key) const {
     std::size_t h = std::hash<std::string_view>()(std::string_view(key.name.safe_c_str(), key.name.length()));
