@@ -83,7 +83,9 @@ bool Loader::ReleaseFetch(std::size_t number, bool succeed) {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = pending_.find(number);
-        if (found == pending_.end() || fetches_[number].mode != FetchMode::Held) return false;
+        if (found == pending_.end() || fetches_[number].mode != FetchMode::Held || found->second.released)
+            return false;
+        found->second.released = true;
         found->second.succeed = succeed && !fetches_[number].localPath.empty();
     }
     Schedule(number);

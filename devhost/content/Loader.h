@@ -59,14 +59,15 @@ public:
     // Inspection and control.
     std::vector<FetchRecord> Fetches() const;
     std::vector<std::tuple<du::Symbol, du::Symbol, du::Symbol, bool>> ModuleLoads() const;
-    // Releases held fetches, in the order given by fetch number; false for a
-    // number that is not a held, pending fetch.
+    // Releases a held fetch by its number; false for a number that is not a
+    // held fetch still waiting to be released.
     bool ReleaseFetch(std::size_t number, bool succeed = true);
 
 private:
     struct Waiting {
         du::SmartPtr<qxloader::FileEvent> event;
         bool succeed = true;
+        bool released = false;  // a held fetch is released once
     };
     // Puts the completion of a fetch on the host's worker thread.
     void Schedule(std::size_t number);

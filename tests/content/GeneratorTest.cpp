@@ -1,0 +1,78 @@
+// The generator of large worlds, at a size a unit test can afford.
+
+#include <gtest/gtest.h>
+
+#include "ContentTestSupport.h"
+#include "devhost/samples/LargeWorld.h"
+#include "devhost/samples/PngEncoder.h"
+#include "TestWorlds.h"
+#include "devhost/world/WorldControl.h"
+#include "qxk/Instance.h"
+#include "qxk/Shape.h"
+#include "qxk/ShapeScene.h"
+#include "qxk/Tree.h"
+#include "qxk/Viewables.h"
+
+TEST(Generator, BuildsTheAskedNumberWithDepthFanOutAndShareOfProxies) {
+    ctest::CleanHost clean;
+    ctest::TempFolder folder;
+    devhost::LargeWorldSpec spec;
+    spec.instances = 1000;
+    spec.depth = 3;
+    spec.fanOut = 10;
+    spec.proxyShare = 0.25;
+    spec.viewableEvery = 10;
+    spec.folder = folder.Path();
+    devhost::LargeWorldInfo info;
+    auto world = devhost::BuildLargeWorld(spec, &info);
+    EXPECT_EQ(1000u, info.instances);
+    // 99 assemblies below the root: the ten of level 1 and the 89 of level 2
+    // that the thousand instances reach; a quarter of them are proxies.
+    EXPECT_EQ(24u, info.proxies);
+    EXPECT_GT(info.unread, 0u);
+    EXPECT_EQ(99u / 10u, info.viewables);
+
+    auto leaf = world->tree->FindInstance("product/n0/n0/n0");
+    ASSERT_TRUE(leaf);
+    EXPECT_FALSE(world->tree->FindInstance("product/n0/n0/n0/n0"));
+    auto scene = du::DynamicCast<qxk::ShapeScene>(devhost::FindSceneNamed("Model"));
+    unsigned int shown = 0;
+    scene->GetNumShapeInstances(shown);
+    EXPECT_EQ(info.shapeInstances, shown);
+    EXPECT_LT(shown, 900u);  // the leaves, less those still unread
+    du::SmartPtr<qxk::ShapeInstance> shapeInstance;
+    ASSERT_TRUE(scene->GetShapeInstance(leaf, shapeInstance));
+    du::SmartPtr<qxk::Shape> shape;
+    shapeInstance->GetShape(shape);
+    EXPECT_TRUE(shape);
+
+    auto assembly = world->tree->FindInstance("product/n0/n9");
+    du::SmartPtr<qxk::ComponentNode> component;
+    assembly->GetComponentNode(component);
+    std::vector<du::SmartPtr<qxk::ViewableSource>> sources;
+    component->GetViewableSources(sources);
+    ASSERT_EQ(1u, sources.size());
+    EXPECT_FALSE(du::DynamicCast<qxk::Illustration3dSource>(sources[0])->GetThumbnailSource().IsNull());
+}
+
+TEST(Generator, StopsAtWhatDepthAndFanOutCanHold) {
+    ctest::CleanHost clean;
+    devhost::LargeWorldSpec spec;
+    spec.instances = 1000000;
+    spec.depth = 2;
+    spec.fanOut = 3;
+    devhost::LargeWorldInfo info;
+    devhost::BuildLargeWorld(spec, &info);
+    EXPECT_EQ(13u, info.instances);
+    EXPECT_EQ(9u, info.shapeInstances);
+}
+
+TEST(PngEncoder, WritesASignatureHeaderAndStoredBlocksOfTheRightLength) {
+    devhost::RgbImage image(300, 300);  // more than one stored block of data
+    image.Set(299, 299, 1, 2, 3);
+    std::string png = devhost::EncodePng(image);
+    ASSERT_GT(png.size(), 300u * 300u * 3u);
+    EXPECT_EQ(std::string("\x89PNG\r\n\x1a\n", 8), png.substr(0, 8));
+    EXPECT_EQ("IHDR", png.substr(12, 4));
+    EXPECT_EQ("IEND", png.substr(png.size() - 8, 4));
+}
