@@ -1,0 +1,83 @@
+// Building large synthetic worlds, and walking them as the module does.
+
+#include <benchmark/benchmark.h>
+
+#include "devhost/samples/LargeWorld.h"
+#include "devhost/world/Application.h"
+#include "qxk/BaseInstanceVisitor.h"
+#include "qxk/Instance.h"
+#include "qxk/Tree.h"
+#include "qxk/Viewables.h"
+
+namespace {
+
+void DropAll() {
+    devhost::DropWorld();
+    devhost::DropApplication();
+}
+
+// args: instances, depth, fan-out, proxy share in percent.
+void BM_BuildLargeWorld(benchmark::State& state) {
+    devhost::LargeWorldSpec spec;
+    spec.instances = static_cast<std::size_t>(state.range(0));
+    spec.depth = static_cast<unsigned>(state.range(1));
+    spec.fanOut = static_cast<unsigned>(state.range(2));
+    spec.proxyShare = static_cast<double>(state.range(3)) / 100.0;
+    spec.viewableEvery = 100;
+    for (auto _ : state) {
+        devhost::LargeWorldInfo info;
+        auto world = devhost::BuildLargeWorld(spec, &info);
+        benchmark::DoNotOptimize(world.get());
+        state.counters["instances"] = static_cast<double>(info.instances);
+        state.PauseTiming();
+        world = nullptr;
+        DropAll();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_BuildLargeWorld)
+    ->Args({10000, 4, 10, 0})
+    ->Args({100000, 5, 10, 10})
+    ->Args({1000000, 6, 10, 0})
+    ->Args({1000000, 6, 10, 10})
+    ->Args({1000000, 20, 2, 5})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
+
+// Counts viewables the way GetViewables collects them.
+struct ViewableCounter : qxk::BaseInstanceVisitor {
+    bool Visit(const du::SmartPtr<qxk::BaseInstance>& node, unsigned int) override {
+        auto instance = du::DynamicCast<qxk::Instance>(node);
+        if (!instance) return true;
+        du::SmartPtr<qxk::ComponentNode> component;
+        instance->GetComponentNode(component);
+        if (component) {
+            std::vector<du::SmartPtr<qxk::ViewableSource>> sources;
+            component->GetViewableSources(sources);
+            count += sources.size();
+        }
+        return true;
+    }
+    std::size_t count = 0;
+};
+
+void BM_WalkViewables(benchmark::State& state) {
+    devhost::LargeWorldSpec spec;
+    spec.instances = static_cast<std::size_t>(state.range(0));
+    spec.depth = 6;
+    spec.fanOut = 10;
+    spec.viewableEvery = 100;
+    auto world = devhost::BuildLargeWorld(spec);
+    for (auto _ : state) {
+        ViewableCounter counter;
+        world->tree->Visit(counter, qxk::BaseTree::VT_DepthFirst);
+        benchmark::DoNotOptimize(counter.count);
+    }
+    world = nullptr;
+    DropAll();
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_WalkViewables)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
