@@ -26,7 +26,6 @@ public:
     explicit ProxyCall(dom::ProxyObject& proxy) : proxy_(proxy) {}
 
     Result operator()(Parameters... arguments) const {
-        std::conditional_t<std::is_void_v<Result>, int, Result> result{};
         std::optional<dom::Helper> helper;
         if constexpr (kNeedsHelper<Parameters...>) helper.emplace(du::SmartPtr<dom::ManagedObject>(&proxy_));
 
@@ -39,12 +38,17 @@ public:
         dom::MessagePtr message = writer.FinaliseMessage();
         proxy_.DeliverMessage(message);
 
-        if constexpr (!std::is_void_v<Result> || kHasOut<Parameters...>) {
+        // The reply holds the result first, then any out argument.
+        if constexpr (!std::is_void_v<Result>) {
+            Result result{};
+            dom::MessageReader reader(message);
+            Take(reader, result);
+            (TakeOut<Parameters>(reader, arguments), ...);
+            return result;
+        } else if constexpr (kHasOut<Parameters...>) {
             dom::MessageReader reader(message);
             (TakeOut<Parameters>(reader, arguments), ...);
-            if constexpr (!std::is_void_v<Result>) Take(reader, result);
         }
-        if constexpr (!std::is_void_v<Result>) return result;
     }
 
 private:
