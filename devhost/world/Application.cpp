@@ -135,7 +135,7 @@ QxkApp* QxkApp::Get() {
 
 du::SmartPtr<SceneManager> QxkApp::GetSceneManager() {
     if (devhost::HitFault("qxkapp::QxkApp::GetSceneManager")) return nullptr;
-    return static_cast<devhost::ApplicationImpl*>(this)->sceneManager;
+    return devhost::AppImpl(*this).sceneManager;
 }
 
 void QxkApp::GetWorld(du::SmartPtr<qxk::World>& world) {
@@ -144,21 +144,17 @@ void QxkApp::GetWorld(du::SmartPtr<qxk::World>& world) {
     world = devhost::CurrentWorld();
 }
 
-namespace {
-devhost::SceneManagerImpl& Manager(SceneManager& manager) { return static_cast<devhost::SceneManagerImpl&>(manager); }
-}  // namespace
-
 du::SmartPtr<qxk::View> SceneManager::GetActiveView() {
     if (devhost::HitFault("qxkapp::SceneManager::GetActiveView")) return nullptr;
     devhost::WorldGuard guard(devhost::WorldMutex());
-    return Manager(*this).active;
+    return devhost::ManagerImpl(*this).active;
 }
 
 bool SceneManager::SetActiveView(const du::SmartPtr<qxk::View>& view, bool) {
     if (devhost::HitFault("qxkapp::SceneManager::SetActiveView")) return false;
     {
         devhost::WorldGuard guard(devhost::WorldMutex());
-        auto& self = Manager(*this);
+        auto& self = devhost::ManagerImpl(*this);
         if (view && std::find(self.views.begin(), self.views.end(), view) == self.views.end()) return false;
         if (self.active == view) return true;
         self.active = view;
@@ -170,18 +166,18 @@ bool SceneManager::SetActiveView(const du::SmartPtr<qxk::View>& view, bool) {
 std::vector<du::SmartPtr<qxk::Scene>> SceneManager::GetScenes() {
     if (devhost::HitFault("qxkapp::SceneManager::GetScenes")) return {};
     devhost::WorldGuard guard(devhost::WorldMutex());
-    return Manager(*this).scenes;
+    return devhost::ManagerImpl(*this).scenes;
 }
 
 std::vector<du::SmartPtr<qxk::View>> SceneManager::GetViews() {
     devhost::WorldGuard guard(devhost::WorldMutex());
-    return Manager(*this).views;
+    return devhost::ManagerImpl(*this).views;
 }
 
 void SceneManager::EnableCrossSelection(du::SmartPtr<qxk::View> view) {
     if (devhost::HitFault("qxkapp::SceneManager::EnableCrossSelection")) return;
     devhost::WorldGuard guard(devhost::WorldMutex());
-    auto& self = Manager(*this);
+    auto& self = devhost::ManagerImpl(*this);
     self.crossSelection = true;
     self.crossSelectionLead = view;
     ++self.crossSelectionEnables;
@@ -190,7 +186,7 @@ void SceneManager::EnableCrossSelection(du::SmartPtr<qxk::View> view) {
 void SceneManager::DisableCrossSelection() {
     if (devhost::HitFault("qxkapp::SceneManager::DisableCrossSelection")) return;
     devhost::WorldGuard guard(devhost::WorldMutex());
-    auto& self = Manager(*this);
+    auto& self = devhost::ManagerImpl(*this);
     self.crossSelection = false;
     self.crossSelectionLead = nullptr;
     ++self.crossSelectionDisables;

@@ -39,6 +39,11 @@ public:
     const du::SmartPtr<SceneManagerImpl> sceneManager;
 };
 
+inline SceneManagerImpl& ManagerImpl(qxkapp::SceneManager& manager) {
+    return static_cast<SceneManagerImpl&>(manager);
+}
+inline ApplicationImpl& AppImpl(qxkapp::QxkApp& app) { return static_cast<ApplicationImpl&>(app); }
+
 // The application of the process. Making one while there is one gives that
 // one. A dropped application is no longer given by QxkApp::Get; it stays in
 // memory until the process ends, since callers hold it by a plain pointer.
