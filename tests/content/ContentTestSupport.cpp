@@ -36,14 +36,16 @@ void Actor::Run(const std::function<void()>& task) {
 }
 
 bool Actor::SettleUntil(const std::function<bool()>& done) {
-    // Work done on the worker may post more work there and to the actor;
-    // each round lets one more step of such a chain run.
-    for (int round = 0; round < 50; ++round) {
-        if (done()) return true;
+    // The condition is read on the actor thread, in order with the event
+    // hooks that change what it reads. Work done on the worker may post more
+    // work there and to the actor; each round lets one more step run.
+    bool met = false;
+    for (int round = 0; round < 50 && !met; ++round) {
+        Run([&] { met = done(); });
+        if (met) break;
         devhost::DrainHostWorker();
-        Run([] {});
     }
-    return done();
+    return met;
 }
 
 CleanHost::CleanHost() {

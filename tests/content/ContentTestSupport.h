@@ -20,8 +20,9 @@ public:
     void Manage(const du::SmartPtr<dom::ManagedObject>& object);
     // Runs a task on the actor thread and waits for it.
     void Run(const std::function<void()>& task);
-    // Lets the host worker and the actor run until done() holds; false if it
-    // still does not after the work in flight has settled many times.
+    // Lets the host worker and the actor run until done(), read on the actor
+    // thread, holds; false if it still does not after the work in flight has
+    // settled many times.
     bool SettleUntil(const std::function<bool()>& done);
     std::thread::id ThreadId() const { return threadId_; }
 
