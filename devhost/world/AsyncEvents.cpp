@@ -87,11 +87,14 @@ int BaseAsyncEvent::Status() const { return eventState_->status; }
 void BaseAsyncEvent::Cancel() { HandleEvent(EK_Complete, ES_Cancelled); }
 
 void BaseAsyncEvent::HandleEvent(int kind, int value) {
-    // An event completes once; the first report of completion wins.
-    if (kind == EK_Complete && eventState_->completionTaken.exchange(true)) return;
+    // An event completes once; the first report of completion wins, and
+    // nothing is reported after it.
+    if (kind == EK_Complete ? eventState_->completionTaken.exchange(true) : eventState_->completionTaken.load())
+        return;
     if (RunOnCompleteInTask() && GetReferenceCount() > 0) {
         du::SmartPtr<BaseAsyncEvent> self(this);
         if (devhost::PostTask(self, [self, kind, value] { self->EventHandler(kind, value); })) return;
+        if (IsManaged()) return;  // its actor has ended: nobody is left to tell
     }
     EventHandler(kind, value);
 }

@@ -60,7 +60,7 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
 
     // Runs fn on the owner's actor thread with the interface, unless the
     // tree is closed or has no interface by then. An owner under no actor
-    // gets the call on this thread.
+    // gets the call on this thread; one whose actor has ended, none.
     void Post(std::function<void(guitree::GuiInterface&)> fn) {
         std::shared_ptr<TreeCore> self = shared_from_this();
         du::SmartPtr<dom::ManagedObject> target;
@@ -78,7 +78,8 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
             }
             if (current) fn(*current);
         };
-        if (!target || !PostTask(target, task)) task();
+        if (target && PostTask(target, task)) return;
+        if (!target || !target->IsManaged()) task();  // an owner whose actor has ended hears nothing
     }
 
     // Under the lock: what changed of the given instances since last told.

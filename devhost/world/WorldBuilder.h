@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "devhost/world/InstanceNode.h"
-#include "dg/Color.h"
 #include "devhost/world/WorldModel.h"
+#include "dg/Color.h"
 #include "du/SmartPtr.h"
 #include "qxk/Scene.h"
 #include "qxk/ShapeScene.h"

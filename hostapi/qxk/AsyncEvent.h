@@ -36,7 +36,8 @@ public:
     virtual void Cancel();
     // Takes a report and brings it to EventHandler: posted to the actor
     // thread when RunOnCompleteInTask says so and the event is managed,
-    // called at once otherwise.
+    // called at once otherwise. Reports after the completion, and reports to
+    // an event whose actor has ended, are dropped.
     virtual void HandleEvent(int kind, int value);
     virtual void OnProgress(unsigned char percentage);
     virtual void OnComplete(int status);
