@@ -52,13 +52,15 @@ void BaseAsyncEvent::EventHandler(int kind, int value) {
             return;
         case EK_Complete: {
             eventState_->status = value;
-            OnComplete(value);
             du::SmartPtr<BaseAsyncEvent> parent;
             {
                 std::lock_guard<std::mutex> lock(eventState_->mutex);
                 parent = std::move(eventState_->parent);
             }
+            // The parent hears of a failure before the child's own hook can
+            // complete it some other way.
             if (parent && value != ES_Ok) parent->CompleteWithError(value);
+            OnComplete(value);
             if (eventState_->releaseWhenDone && IsManaged()) UnmanageObject(du::SmartPtr<dom::ManagedObject>(this));
             return;
         }

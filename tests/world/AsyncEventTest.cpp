@@ -102,4 +102,28 @@ TEST(AsyncEvent, ASetReportsOnceWhenItsLastMemberCompletes) {
     EXPECT_EQ(counting.thread, owner.ThreadId());
 }
 
+// The load pattern: members of a set are children of one event that the
+// set completes when all are done. A failed member fails that event.
+TEST(AsyncEvent, AFailedMemberFailsTheEventThatItsSetWouldComplete) {
+    wtest::Owner owner;
+    du::SmartPtr<RecordingEvent> load(new RecordingEvent());
+    owner.object->ManageObject(load);
+    class CompletingSet : public qxk::AsyncEventSet {
+    public:
+        explicit CompletingSet(const du::SmartPtr<RecordingEvent>& event) : event(event) {}
+        void OnAllEventsComplete() override { event->Complete(); }
+        du::SmartPtr<RecordingEvent> event;
+    };
+    du::SmartPtr<qxk::AsyncEventSet> set(new CompletingSet(load));
+    du::SmartPtr<qxk::AsyncSetEvent> member = set->CreateNewEvent();
+    owner.object->ManageObject(member);
+    set->AddEvent(member);
+    load->LinkChildEvent(member.get());
+    set = nullptr;
+    member->CompleteWithError(4);
+    owner.Sync();
+    owner.Sync();
+    EXPECT_EQ(load->statuses, (std::vector<int>{4}));
+}
+
 }  // namespace
