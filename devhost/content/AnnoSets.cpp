@@ -11,6 +11,14 @@ bool Matches(const AnnoSetTableEntry& entry, qxk::AnnoSetContentType contentType
 
 }  // namespace
 
+du::Symbol AnnoSetTableEntry::GetName() const {
+    return HitFault("qxk::AnnoSetTableEntry::GetName") ? du::Symbol() : spec_.name;
+}
+
+du::Symbol AnnoSetTableEntry::GetPropName() const {
+    return HitFault("qxk::AnnoSetTableEntry::GetPropName") ? du::Symbol() : spec_.propName;
+}
+
 AnnoSetTable::AnnoSetTable(const std::vector<AnnoSetSpec>& sets) {
     for (const auto& set : sets) entries_.emplace_back(new AnnoSetTableEntry(set));
 }

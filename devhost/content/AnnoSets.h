@@ -19,8 +19,8 @@ struct AnnoSetSpec {
 class AnnoSetTableEntry final : public qxk::AnnoSetTableEntry {
 public:
     explicit AnnoSetTableEntry(AnnoSetSpec spec) : spec_(std::move(spec)) {}
-    du::Symbol GetName() const override { return spec_.name; }
-    du::Symbol GetPropName() const override { return spec_.propName; }
+    du::Symbol GetName() const override;
+    du::Symbol GetPropName() const override;
     const AnnoSetSpec& GetSpec() const { return spec_; }
 
 private:

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "devhost/platform/Faults.h"
+
 namespace devhost {
 
 void ModuleCallLog::Add(ModuleCall call) {
@@ -20,10 +22,12 @@ void ModuleCallLog::Clear() {
 }
 
 void EcadModule::FlyToSelected(const du::SmartPtr<qxk::View>& view, int flags) {
+    if (HitFault("qxkapp::EcadApi::FlyToSelected")) return;
     log_->Add({"ecadapi", "FlyToSelected", view, flags, du::Symbol()});
 }
 
 void WebIpcModule::FlyToSelected(const du::SmartPtr<qxk::View>& view, int flags) {
+    if (HitFault("qxkapp::illustration::NebulaWebIpc::FlyToSelected")) return;
     log_->Add({"webipc", "FlyToSelected", view, flags, du::Symbol()});
 }
 

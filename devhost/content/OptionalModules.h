@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "devhost/platform/Faults.h"
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
 #include "qxk/View.h"
@@ -61,23 +62,37 @@ private:
 template <class Api>
 class ProfileModule final : public Api {
 public:
-    ProfileModule(std::shared_ptr<ModuleCallLog> log, std::string name, du::Symbol profiles)
-        : log_(std::move(log)), name_(std::move(name)), profiles_(std::move(profiles)) {}
+    ProfileModule(std::shared_ptr<ModuleCallLog> log, std::string name, std::string className, du::Symbol profiles)
+        : log_(std::move(log)),
+          name_(std::move(name)),
+          className_(std::move(className)),
+          profiles_(std::move(profiles)) {}
 
+    // A faulted call does nothing and is not recorded.
     void GetProfiles(const du::SmartPtr<qxk::View>& view, du::Symbol& profiles) override {
+        if (Faulted("GetProfiles")) return;
         profiles = profiles_;
         log_->Add({name_, "GetProfiles", view, 0, profiles_});
     }
     void SetProfile(const du::SmartPtr<qxk::View>& view, const du::Symbol& name) override {
+        if (Faulted("SetProfile")) return;
         log_->Add({name_, "SetProfile", view, 0, name});
     }
     void ResetToDefaultProfile(const du::SmartPtr<qxk::View>& view) override {
+        if (Faulted("ResetToDefaultProfile")) return;
         log_->Add({name_, "ResetToDefaultProfile", view, 0, du::Symbol()});
     }
 
 private:
+    // Fault points are named after the class, e.g.
+    // "qxkapp::illustration::IllWebApi::SetProfile".
+    bool Faulted(const char* method) const {
+        return HitFault((className_ + "::" + method).c_str());
+    }
+
     const std::shared_ptr<ModuleCallLog> log_;
     const std::string name_;
+    const std::string className_;
     const du::Symbol profiles_;
 };
 

@@ -6,9 +6,13 @@
 
 namespace devhost {
 
-du::Symbol SelectionRepresentation::GetContentType() const { return spec_.contentType; }
+du::Symbol SelectionRepresentation::GetContentType() const {
+    if (HitFault("qxk::SelectionItemRepresentation::GetContentType")) return du::Symbol();
+    return spec_.contentType;
+}
 
 void SelectionRepresentation::GetFieldNames(std::vector<du::Symbol>& names) const {
+    if (HitFault("qxk::SelectionItemRepresentation::GetFieldNames")) return;
     for (const auto& field : spec_.fields) names.push_back(field.first);
 }
 
@@ -48,6 +52,7 @@ bool SelectionManager::GetSelectedItems(unsigned int selectionSet, const du::Sym
 }
 
 void SelectionManager::Clear() {
+    if (HitFault("qxk::SelectionManager::Clear")) return;
     std::vector<unsigned int> cleared;
     {
         std::lock_guard<std::mutex> lock(mutex_);

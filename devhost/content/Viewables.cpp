@@ -13,8 +13,12 @@ template <class Base>
 class Viewable : public Base {
 public:
     explicit Viewable(const ViewableSpec& spec) : name_(spec.name), type_(spec.type) {}
-    du::Symbol GetDisplayName() const override { return name_; }
-    du::Symbol GetViewableType() const override { return type_; }
+    du::Symbol GetDisplayName() const override {
+        return HitFault("qxk::ViewableSource::GetDisplayName") ? du::Symbol() : name_;
+    }
+    du::Symbol GetViewableType() const override {
+        return HitFault("qxk::ViewableSource::GetViewableType") ? du::Symbol() : type_;
+    }
 
 private:
     const du::Symbol name_;
@@ -26,7 +30,10 @@ public:
     explicit IllustrateViewable(const ViewableSpec& spec) : Viewable(spec) {
         for (const auto& nested : spec.nested) nested_.push_back(MakeViewable(nested));
     }
-    const std::vector<du::SmartPtr<qxk::ViewableSource>> GetViewableSources() const override { return nested_; }
+    const std::vector<du::SmartPtr<qxk::ViewableSource>> GetViewableSources() const override {
+        if (HitFault("qxk::IllustrateSource::GetViewableSources")) return {};
+        return nested_;
+    }
 
 private:
     std::vector<du::SmartPtr<qxk::ViewableSource>> nested_;
@@ -35,7 +42,9 @@ private:
 class Illustration3dViewable final : public Viewable<qxk::Illustration3dSource> {
 public:
     explicit Illustration3dViewable(const ViewableSpec& spec) : Viewable(spec), thumbnail_(spec.thumbnail) {}
-    du::Symbol GetThumbnailSource() const override { return thumbnail_; }
+    du::Symbol GetThumbnailSource() const override {
+        return HitFault("qxk::Illustration3dSource::GetThumbnailSource") ? du::Symbol() : thumbnail_;
+    }
 
 private:
     const du::Symbol thumbnail_;

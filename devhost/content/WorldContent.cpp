@@ -30,11 +30,13 @@ void WorldContent::AddWebIpcModule() {
 }
 
 void WorldContent::AddIllustrateModule(const du::Symbol& profiles) {
-    loader_->AddModule("webapi", "illustrate", "default", new IllustrateModule(moduleCalls_, "illustrate", profiles));
+    loader_->AddModule("webapi", "illustrate", "default",
+                       new IllustrateModule(moduleCalls_, "illustrate", "qxkapp::illustration::IllWebApi", profiles));
 }
 
 void WorldContent::AddSchematicModule(const du::Symbol& profiles) {
-    loader_->AddModule("webapi", "schematic", "default", new SchematicModule(moduleCalls_, "schematic", profiles));
+    loader_->AddModule("webapi", "schematic", "default",
+                       new SchematicModule(moduleCalls_, "schematic", "qxkapp::illustration::SchWebApi", profiles));
 }
 
 void WorldContent::AddShape(const du::SmartPtr<Shape>& shape) { shapes_[shape->GetName()] = shape; }
