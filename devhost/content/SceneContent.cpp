@@ -4,6 +4,7 @@
 
 #include "devhost/content/WorldContent.h"
 #include "devhost/world/SceneModel.h"
+#include "devhost/world/WorldControl.h"
 #include "devhost/world/WorldLock.h"
 
 namespace devhost {
@@ -43,6 +44,14 @@ MarkupExtras& ExtrasOf(const qxk::ShapeInstance& shapeInstance) {
 du::SmartPtr<SelectionManager> SelectionOf(const qxk::Scene& scene) {
     WorldGuard guard(WorldMutex());
     return ExtrasOf(scene).selection;
+}
+
+bool SetSceneSelection(const std::string& sceneName, unsigned int selectionSet,
+                       const std::vector<SelectionItemSpec>& items) {
+    du::SmartPtr<qxk::Scene> scene = FindSceneNamed(sceneName);
+    if (!scene) return false;
+    SelectionOf(*scene)->SetSelection(selectionSet, items);
+    return true;
 }
 
 void AttachLabel(const qxk::Scene& scene, const du::SmartPtr<qxannotations::Label>& label) {

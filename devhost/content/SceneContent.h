@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "devhost/content/Selection.h"
@@ -15,6 +16,11 @@ namespace devhost {
 
 // A scene's selection manager, made with the scene's first use of it.
 du::SmartPtr<SelectionManager> SelectionOf(const qxk::Scene& scene);
+
+// Sets the selection of a scene of the application by the scene's name, and
+// tells its observers; false when the application has no such scene.
+bool SetSceneSelection(const std::string& sceneName, unsigned int selectionSet,
+                       const std::vector<SelectionItemSpec>& items);
 
 // Labels attached to a scene, in the order attached; the scene keeps them.
 void AttachLabel(const qxk::Scene& scene, const du::SmartPtr<qxannotations::Label>& label);

@@ -67,7 +67,8 @@ TEST_F(Selection, ObserversHearOfChangesOnTheirActorAndThePluginOfNonEmptyOnes) 
     actor.Run([&] { EXPECT_TRUE(manager->RegisterObserver(0, *observer)); });
 
     auto* own = static_cast<devhost::SelectionManager*>(manager.get());
-    own->SetSelection(0, {devhost::SelectionItemSpec{true, "objectselectionitem", {}, {}}});
+    EXPECT_FALSE(devhost::SetSceneSelection("Elsewhere", 0, {}));
+    ASSERT_TRUE(devhost::SetSceneSelection("Model", 0, {devhost::SelectionItemSpec{true, "objectselectionitem", {}, {}}}));
     manager->Clear();  // leaves the selection empty: not passed on
     ASSERT_TRUE(actor.SettleUntil([&] { return !plugin->SelectionChanges().empty(); }));
     actor.SettleUntil([] { return false; });
