@@ -126,6 +126,9 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
     void OnSceneChange(const std::vector<du::SmartPtr<qxk::Instance>>& changed);
     void OnActiveView(const du::SmartPtr<qxk::View>& active);
     void Unwatch();
+    // Stops every further call; the owner is released by the caller, after
+    // the lock. Under the lock.
+    void Close(du::SmartPtr<dom::ManagedObject>& releasedOwner);
 };
 
 void TreeCore::WatchScene(const du::SmartPtr<qxk::ShapeScene>& newScene) {
@@ -226,6 +229,14 @@ void TreeCore::Unwatch() {
     treeListener = sceneListener = viewListener = 0;
 }
 
+void TreeCore::Close(du::SmartPtr<dom::ManagedObject>& releasedOwner) {
+    if (closed) return;
+    closed = true;
+    Unwatch();
+    gui = nullptr;
+    releasedOwner = std::move(owner);
+}
+
 void ListenerImpl::OnView(const du::SmartPtr<qxk::View>& view) {
     if (auto core = core_.lock()) {
         WorldGuard guard(WorldMutex());
@@ -272,7 +283,11 @@ GuiTree::GuiTree(const du::SmartPtr<dom::ManagedObject>& owner) : state_(new Sta
 }
 
 GuiTree::~GuiTree() {
-    Close();
+    du::SmartPtr<dom::ManagedObject> owner;
+    {
+        devhost::WorldGuard guard(devhost::WorldMutex());
+        state_->core->Close(owner);
+    }
     delete state_;
 }
 
@@ -340,12 +355,7 @@ void GuiTree::Close() {
     if (devhost::HitFault("guitree::GuiTree::Close")) return;
     du::SmartPtr<dom::ManagedObject> owner;
     devhost::WorldGuard guard(devhost::WorldMutex());
-    auto& core = *state_->core;
-    if (core.closed) return;
-    core.closed = true;
-    core.Unwatch();
-    core.gui = nullptr;
-    owner = std::move(core.owner);  // released after the lock
+    state_->core->Close(owner);
 }
 
 du::SmartPtr<qxk::BaseTree> GuiTree::GetBaseTree() {
