@@ -111,7 +111,8 @@ void SceneManager::ApplyAnnotations(const du::SmartPtr<qxk::Scene>& scene,
     du::SmartPtr<devhost::WorldContent> content = devhost::CurrentContent();
     if (!content) return;
     const du::Symbol name = entry ? entry->GetName() : du::Symbol();
-    const std::size_t index = content->RecordApplied({scene, name, mask, keepCamera, -1});
+    const std::size_t index =
+        content->RecordApplied({scene, name, mask, keepCamera, event ? event->GetEventName() : "", -1});
     const bool fails = !scene || !entry || content->ApplyFails(name);
     du::SmartPtr<SceneLoadedEvent> held(event);
     // The set is applied on the host's worker, as a viewer reads it in the

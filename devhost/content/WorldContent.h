@@ -73,7 +73,8 @@ public:
         du::Symbol name;
         unsigned int mask = 0;
         bool keepCamera = false;
-        int status = -1;  // -1 while being applied
+        std::string eventName;  // GetEventName of the event, "" without one
+        int status = -1;        // -1 while being applied
     };
     std::size_t RecordApplied(AppliedSet applied);
     void SetAppliedStatus(std::size_t index, int status);

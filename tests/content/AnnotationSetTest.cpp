@@ -25,6 +25,7 @@ namespace {
 
 class AppliedEvent : public qxkapp::SceneLoadedEvent {
 public:
+    const char* GetEventName() const override { return "AppliedEvent"; }
     void OnComplete(int completion) override {
         status = completion;
         thread = std::this_thread::get_id();
@@ -110,6 +111,7 @@ TEST_F(AnnotationSets, ApplyingCompletesTheEventLaterOnItsActorAndTellsThePlugin
     auto applied = content->AppliedSets();
     ASSERT_EQ(2u, applied.size());
     EXPECT_EQ(0xbfffu, applied[0].mask);
+    EXPECT_EQ("AppliedEvent", applied[0].eventName);
     EXPECT_EQ("Broken", applied[1].name.str());
     EXPECT_EQ(world->GetAnnoSetTable(), content->SceneManagerTable());
 }
