@@ -30,10 +30,10 @@ public:
         wake_.notify_all();
     }
 
+    // Jobs that jobs post are waited for too.
     void Drain() {
         std::unique_lock<std::mutex> lock(mutex_);
-        unsigned long long target = posted_;
-        idle_.wait(lock, [&] { return done_ >= target; });
+        idle_.wait(lock, [&] { return done_ == posted_; });
     }
 
 private:

@@ -8,7 +8,7 @@ namespace devhost {
 // proxies finishes, as it would on a real viewer's loader thread.
 void RunOnHostWorker(std::function<void()> job);
 
-// Waits until every job posted so far has run.
+// Waits until every job posted so far, and every job they posted, has run.
 void DrainHostWorker();
 
 }  // namespace devhost

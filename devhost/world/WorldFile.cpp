@@ -137,7 +137,11 @@ public:
                 if (found != Sections().end()) handler = found->second;
             }
             if (!handler) FailAt("/" + key, "unknown section \"" + key + "\"");
-            handler(it->value, builder_, "/" + key);
+            try {
+                handler(it->value, builder_, "/" + key);
+            } catch (const std::invalid_argument& e) {  // a builder's refusal inside a section
+                FailAt("/" + key, e.what());
+            }
         }
     }
 

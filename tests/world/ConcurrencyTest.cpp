@@ -56,7 +56,7 @@ TEST(Concurrency, TheHostChangesTheWorldWhileTheActorWalksAndAsks) {
         done = true;
     });
     int walks = 0;
-    while (!done) {
+    do {
         std::promise<void> walked;
         devhost::PostTask(owner.object, [&] {
             auto world = qxk::World::GetWorld();
@@ -69,7 +69,7 @@ TEST(Concurrency, TheHostChangesTheWorldWhileTheActorWalksAndAsks) {
         });
         walked.get_future().wait();
         ++walks;
-    }
+    } while (!done);
     host.join();
     owner.Sync();
     tree->Close();

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <fstream>
 
 #include "TestWorlds.h"
@@ -138,13 +141,15 @@ TEST(WorldFile, AWorldCanComeLaterAndGo) {
 
 TEST(WorldFile, ReadsFromDisk) {
     CleanWorld clean;
-    std::string path = ::testing::TempDir() + "world_file_test.json";
+    // Builds of several kinds may run this test at once: the file is this process's own.
+    std::string path = ::testing::TempDir() + "world_file_test_" + std::to_string(::getpid()) + ".json";
     {
         std::ofstream out(path);
         out << wtest::kSmallWorld;
     }
     EXPECT_TRUE(devhost::LoadWorldFile(path));
     EXPECT_THROW(devhost::LoadWorldFile(path + ".missing"), devhost::WorldFileError);
+    std::remove(path.c_str());
 }
 
 TEST(WorldFile, WrongFilesNameThePlace) {
