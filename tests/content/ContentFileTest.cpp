@@ -33,10 +33,10 @@ std::string LoadError(const std::string& sections) {
     folder.Write("world.json", ctest::SmallWorld(sections));
     try {
         devhost::LoadContentWorldFile(folder.Path() + "/world.json");
+        return "";
     } catch (const devhost::WorldFileError& e) {
         return e.what();
     }
-    return "";
 }
 
 }  // namespace
@@ -58,7 +58,12 @@ TEST(ContentFile, MistakesAreReportedWithTheirPlace) {
     EXPECT_NE(std::string::npos,
               LoadError(R"(, "selection": [ { "scene": "Model", "items": [ { "fields": {} } ] } ])")
                   .find("at /selection/0/items/0: missing \"contentType\""));
-    EXPECT_FALSE(devhost::CurrentWorld());
+    EXPECT_FALSE(devhost::CurrentWorld());  // a file with a mistake publishes nothing
+    EXPECT_NE(std::string::npos, LoadError(R"(, "components": { "car/roof": {} })")
+                                     .find("at /components/car/roof: no instance has the idpath \"car/roof\""));
+    EXPECT_EQ("", LoadError(R"(, "components": { "car/trailer/axle": {} })"));  // unread, but there
+    EXPECT_NE(std::string::npos, LoadError(R"(, "selection": [ { "scene": "Garage", "items": [] } ])")
+                                     .find("at /selection/0/scene: no scene is named \"Garage\""));
 }
 
 TEST(ContentFile, InstancesMayLackAnchorOrComponentAndOthersHaveTheWorldsAnchor) {
