@@ -119,7 +119,7 @@ du::SmartPtr<WorldModel> WorldBuilder::Publish() {
     published_ = true;
     {
         WorldGuard guard(WorldMutex());
-        world_->Container().structures.emplace_back(new StructureImpl(du::Symbol(structureName_), &world_->Tree()));
+        world_->Container().structures.front()->name = du::Symbol(structureName_);
     }
     for (const auto& resource : messages_) RegisterMessageResource(resource.first, resource.second);
     SetCurrentWorld(world_);

@@ -40,7 +40,9 @@ std::string InstanceNode::IdPath() const {
 
 WorldModel::WorldModel(const std::string& actorName)
     : qxk::World(new TreeModel(), new WindowImpl(du::Symbol(actorName)), new RootContainerImpl()),
-      actorName(actorName) {}
+      actorName(actorName) {
+    Container().structures.emplace_back(new StructureImpl(du::Symbol("structure"), &Tree()));
+}
 
 WorldModel::~WorldModel() = default;
 
@@ -106,7 +108,10 @@ du::Symbol World::GetActorName() const {
 
 du::Symbol Window::GetTitle() const { return static_cast<const devhost::WindowImpl*>(this)->title; }
 
-du::Symbol Structure::GetName() const { return static_cast<const devhost::StructureImpl*>(this)->name; }
+du::Symbol Structure::GetName() const {
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    return static_cast<const devhost::StructureImpl*>(this)->name;
+}
 
 void Structure::GetTree(du::SmartPtr<Tree>& result) const {
     result = static_cast<const devhost::StructureImpl*>(this)->tree;

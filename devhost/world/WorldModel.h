@@ -20,7 +20,7 @@ public:
 class StructureImpl : public qxk::Structure {
 public:
     StructureImpl(const du::Symbol& name, const du::SmartPtr<TreeModel>& tree) : name(name), tree(tree) {}
-    const du::Symbol name;
+    du::Symbol name;  // under the world lock
     const du::SmartPtr<TreeModel> tree;
 };
 
@@ -30,7 +30,8 @@ public:
 };
 
 // The devhost's world. The tree, window and container are fixed for its
-// life; what is in them changes under the world lock.
+// life; what is in them changes under the world lock. A world starts with
+// its primary structure, named "structure", whose tree is the world's tree.
 class WorldModel : public qxk::World {
 public:
     explicit WorldModel(const std::string& actorName);

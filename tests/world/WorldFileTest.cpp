@@ -11,9 +11,11 @@
 #include "qxk/BaseInstanceVisitor.h"
 #include "qxk/DrawingView.h"
 #include "qxk/IllustrationView.h"
+#include "qxk/MultiRootContainer.h"
 #include "qxk/Instance.h"
 #include "qxk/ShapeInstance.h"
 #include "qxk/ShapeView.h"
+#include "qxk/Structure.h"
 #include "qxk/Tree.h"
 #include "qxk/World.h"
 #include "qxkapp/QxkApp.h"
@@ -97,6 +99,13 @@ TEST(WorldFile, BuildsStructureScenesViewsAndMessages) {
     ASSERT_TRUE(ecad);
     EXPECT_TRUE(ecad->IsATypeOf(qxk::ClassType(0x4e)));
     EXPECT_FALSE(ecad->IsATypeOf(qxk::ClassType(0x4b)));
+
+    du::SmartPtr<qxk::Structure> primary;
+    ASSERT_TRUE(world->rootContainer->GetPrimaryStructure(primary));
+    EXPECT_EQ(primary->GetName(), "structure");
+    du::SmartPtr<qxk::Tree> primaryTree;
+    primary->GetTree(primaryTree);
+    EXPECT_EQ(primaryTree, world->tree);
 
     EXPECT_EQ(du::Localizer("qxbase:qxkStrings").LocalizeMessage("7000", du::Localizer::AOF_ReturnKey),
               "Loading the model");
