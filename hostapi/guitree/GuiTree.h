@@ -27,7 +27,8 @@ public:
     GuiTree& operator=(const GuiTree&) = delete;
 
     void SetTreeState(du::SmartPtr<TreeStateBase> state);
-    // Installs the interface, or with null removes it; the tree does not own it.
+    // Installs the interface, or with null removes it; the tree does not own
+    // it. A new interface gets SetSceneViewListener at once, on this thread.
     void SetGuiInterface(GuiInterface* gui);
     void Initialise(const du::SmartPtr<qxk::World>& world);
     // Stops the tree: no further call reaches the interface.

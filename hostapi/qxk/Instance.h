@@ -32,8 +32,9 @@ public:
     // in the tree, or with a non-zero status when a read failed or there was
     // nothing to read. oldIds and newIds may map the ids of an earlier
     // reading; loadedPaths, when given, receives the idpaths that came into
-    // being. The event completes once in every case; the result is false
-    // when no read was started.
+    // being before the event completes, and is not to be touched until then.
+    // The event completes once in every case; the result is false when no
+    // read was started.
     bool ExpandProxy(int depth, AsyncEvent* event, const du::SmartPtr<IdMap>& oldIds,
                      const du::SmartPtr<IdMap>& newIds, std::set<du::Symbol>* loadedPaths,
                      bool reread, bool quiet);

@@ -9,10 +9,10 @@ namespace qxk {
 
 class Structure;
 
-// The structures of the world; the first one read is the primary one.
+// The structures of the world; the first one is the primary one.
 class MultiRootContainer : public Object {
 public:
-    // False, with structure null, while no structure has been read.
+    // False, with structure null, when the world has no structure.
     bool GetPrimaryStructure(du::SmartPtr<Structure>& structure) const;
     void GetStructures(std::vector<du::SmartPtr<Structure>>& structures) const;
 
