@@ -21,7 +21,6 @@ public:
     du::SmartPtr<qxk::View> crossSelectionLead;
     unsigned int crossSelectionEnables = 0;
     unsigned int crossSelectionDisables = 0;
-    du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
 
     void AddScene(const du::SmartPtr<qxk::Scene>& scene);
     // Adds the view, and its scene if the manager does not hold it yet.

@@ -126,6 +126,19 @@ TEST(WorldFile, WalksGiveLevelsFromTheStartAndSkipRefusedBranches) {
     EXPECT_EQ(all.seen, (std::vector<std::string>{"a@0", "a/p1@1", "a/p2@1", "a/sub@1", "a/px@1", "a/pf@1", "a/pn@1",
                                                   "a/pm@1"}));
 
+    class Instances : public qxk::InstanceVisitor {
+    public:
+        bool VisitInstance(const du::SmartPtr<qxk::Instance>& instance) override {
+            ids.push_back(instance->GetUniqueId());
+            return true;
+        }
+        std::vector<std::uint64_t> ids;
+    } instances;
+    tree->FindInstance("a/sub")->Visit(instances, qxk::BaseInstance::VT_DepthFirst);
+    ASSERT_EQ(instances.ids.size(), 2u);
+    EXPECT_EQ(devhost::FindInstanceById(instances.ids[1]), devhost::FindInstanceAt("a/sub/q1"));
+    EXPECT_FALSE(devhost::FindInstanceById(0));
+
     PathVisitor breadth;
     tree->Visit(breadth, qxk::BaseTree::VT_BreadthFirst);
     ASSERT_EQ(breadth.seen.size(), 9u);
