@@ -35,6 +35,12 @@ private:
     std::weak_ptr<TreeCore> core_;
 };
 
+// An instance with its parent, as the interface is told of it.
+struct Entry {
+    du::SmartPtr<qxk::BaseInstance> instance;
+    du::SmartPtr<qxk::BaseInstance> parent;
+};
+
 // Instances to report, kept alive until the interface has seen them.
 struct Report {
     std::vector<du::SmartPtr<InstanceNode>> keep;
@@ -152,10 +158,6 @@ void TreeCore::OnTreeChange(const TreeChange& change) {
         Post([](guitree::GuiInterface& gui) { gui.ClearTree(); });
         return;
     }
-    struct Entry {
-        du::SmartPtr<qxk::BaseInstance> instance;
-        du::SmartPtr<qxk::BaseInstance> parent;
-    };
     auto removed = std::make_shared<std::vector<Entry>>();
     auto added = std::make_shared<std::vector<Entry>>();
     auto report = std::make_shared<Report>();
@@ -313,11 +315,7 @@ void GuiTree::Initialise(const du::SmartPtr<qxk::World>& world) {
     if (devhost::HitFault("guitree::GuiTree::Initialise")) return;
     auto core = state_->core;
     std::weak_ptr<devhost::TreeCore> weak = core;
-    struct Entry {
-        du::SmartPtr<qxk::BaseInstance> instance;
-        du::SmartPtr<qxk::BaseInstance> parent;
-    };
-    auto entries = std::make_shared<std::vector<Entry>>();
+    auto entries = std::make_shared<std::vector<devhost::Entry>>();
     auto report = std::make_shared<devhost::Report>();
     {
         devhost::WorldGuard guard(devhost::WorldMutex());
@@ -345,7 +343,7 @@ void GuiTree::Initialise(const du::SmartPtr<qxk::World>& world) {
     }
     core->Post([entries](GuiInterface& gui) {
         gui.StartTreeUpdate();
-        for (const Entry& e : *entries) gui.InstanceCreate(e.instance, e.parent, false);
+        for (const devhost::Entry& e : *entries) gui.InstanceCreate(e.instance, e.parent, false);
         gui.FinishTreeUpdate();
     });
     core->SendReport(report);

@@ -31,20 +31,18 @@ InstanceNode& WorldBuilder::AddInstance(InstanceNode* parent, const std::string&
     }
     du::SmartPtr<InstanceNode> node(new InstanceNode(uid, du::Symbol(name)));
     WorldGuard guard(WorldMutex());
-    if (parent && parent->proxy && !parent->proxy->expanded) {
-        for (const auto& sibling : parent->proxy->branch)
+    // Outside the tree: the unread branch of a proxy, or an instance inside one.
+    std::vector<du::SmartPtr<InstanceNode>>* unread = nullptr;
+    if (parent && parent->proxy && !parent->proxy->expanded)
+        unread = &parent->proxy->branch;
+    else if (parent && !parent->tree)
+        unread = &parent->children;
+    if (unread) {
+        for (const auto& sibling : *unread)
             if (sibling->name == node->name)
                 throw std::invalid_argument("name \"" + name + "\" is taken under " + parent->IdPath());
         node->parent = parent;
-        parent->proxy->branch.push_back(node);
-        return *node;
-    }
-    if (parent && !parent->tree) {  // inside an unread branch
-        for (const auto& sibling : parent->children)
-            if (sibling->name == node->name)
-                throw std::invalid_argument("name \"" + name + "\" is taken under " + parent->IdPath());
-        node->parent = parent;
-        parent->children.push_back(node);
+        unread->push_back(node);
         return *node;
     }
     if (!world_->Tree().Attach(parent, node, nullptr))

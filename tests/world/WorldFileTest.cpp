@@ -183,6 +183,8 @@ TEST(WorldFile, WrongFilesNameThePlace) {
               "w.json: at /structure/0/children/0/nam: unknown key \"nam\"");
     EXPECT_EQ(LoadError(R"({"structure": [{"name": "a"}, {"name": "a"}]})"),
               "w.json: at /structure/1: name \"a\" is taken");
+    EXPECT_EQ(LoadError(R"({"structure": [{"name": "p", "proxy": {"children": [{"name": "x"}, {"name": "x"}]}}]})"),
+              "w.json: at /structure/0/proxy/children/1: name \"x\" is taken under p");
     EXPECT_EQ(LoadError(R"({"structure": [{"name": "a/b"}]})"),
               "w.json: at /structure/0: instance name \"a/b\" must be non-empty and hold no \"/\"");
     EXPECT_EQ(LoadError(R"({"structure": [{"name": "a", "uid": 7}, {"name": "b", "uid": "7"}]})"),
