@@ -15,9 +15,10 @@ InstanceContent GetInstanceContent(const qxk::Instance& instance) {
         WorldGuard guard(WorldMutex());
         if (const auto* own = dynamic_cast<const InstanceContent*>(Node(instance).extension.get())) return *own;
     }
+    InstanceContent named;
     du::SmartPtr<WorldContent> world = CurrentContent();
-    const InstanceContent* named = world ? world->ContentForPath(instance.GetIdPath().str()) : nullptr;
-    return named ? *named : InstanceContent();
+    if (world && world->HasContentByPath()) world->ContentForPath(instance.GetIdPath().str(), named);
+    return named;
 }
 
 void SetInstanceContent(qxk::Instance& instance, const InstanceContent& content) {

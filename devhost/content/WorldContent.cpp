@@ -39,39 +39,69 @@ void WorldContent::AddSchematicModule(const du::Symbol& profiles) {
                        new SchematicModule(moduleCalls_, "schematic", "qxkapp::illustration::SchWebApi", profiles));
 }
 
-void WorldContent::AddShape(const du::SmartPtr<Shape>& shape) { shapes_[shape->GetName()] = shape; }
+void WorldContent::AddShape(const du::SmartPtr<Shape>& shape) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    shapes_[shape->GetName()] = shape;
+}
 
 du::SmartPtr<Shape> WorldContent::FindShape(const du::Symbol& name) const {
+    std::lock_guard<std::mutex> lock(mutex_);
     auto found = shapes_.find(name);
     return found == shapes_.end() ? nullptr : found->second;
 }
 
-void WorldContent::SetAnnoSets(const std::vector<AnnoSetSpec>& sets) { annoSets_ = new AnnoSetTable(sets); }
+void WorldContent::SetAnnoSets(const std::vector<AnnoSetSpec>& sets) {
+    du::SmartPtr<qxk::AnnoSetTable> table(new AnnoSetTable(sets));
+    std::lock_guard<std::mutex> lock(mutex_);
+    annoSets_ = table;
+}
 
 void WorldContent::SetContentForPath(const std::string& idPath, const InstanceContent& content) {
+    std::lock_guard<std::mutex> lock(mutex_);
     byPath_[idPath] = content;
 }
 
-const InstanceContent* WorldContent::ContentForPath(const std::string& idPath) const {
-    if (byPath_.empty()) return nullptr;
+bool WorldContent::ContentForPath(const std::string& idPath, InstanceContent& content) const {
+    std::lock_guard<std::mutex> lock(mutex_);
     auto found = byPath_.find(idPath);
-    return found == byPath_.end() ? nullptr : &found->second;
+    if (found == byPath_.end()) return false;
+    content = found->second;
+    return true;
+}
+
+bool WorldContent::HasContentByPath() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return !byPath_.empty();
 }
 
 void WorldContent::SetInitialSelection(const du::Symbol& sceneName, unsigned int selectionSet,
                                        std::vector<SelectionItemSpec> items) {
+    std::lock_guard<std::mutex> lock(mutex_);
     initialSelections_[sceneName][selectionSet] = std::move(items);
 }
 
 void WorldContent::ApplyInitialSelection(const du::Symbol& sceneName, SelectionManager& manager) const {
-    auto found = initialSelections_.find(sceneName);
-    if (found == initialSelections_.end()) return;
-    for (const auto& set : found->second) manager.SetSelection(set.first, set.second);
+    std::map<unsigned int, std::vector<SelectionItemSpec>> sets;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto found = initialSelections_.find(sceneName);
+        if (found == initialSelections_.end()) return;
+        sets = found->second;
+    }
+    for (const auto& set : sets) manager.SetSelection(set.first, set.second);
 }
 
 du::SmartPtr<Loader> WorldContent::GetLoader() const { return loaderPresent_ ? loader_ : nullptr; }
 
-du::SmartPtr<qxk::AnnoSetTable> WorldContent::GetAnnoSetTable() const { return annoSets_; }
+du::SmartPtr<qxk::AnnoSetTable> WorldContent::GetAnnoSetTable() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return annoSets_;
+}
+
+void WorldContent::SetApplyFails(const du::Symbol& name) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    failingSets_.push_back(name);
+}
 
 std::size_t WorldContent::RecordApplied(AppliedSet applied) {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -100,6 +130,7 @@ void WorldContent::SetSceneManagerTable(const du::SmartPtr<qxk::AnnoSetTable>& t
 }
 
 bool WorldContent::ApplyFails(const du::Symbol& name) const {
+    std::lock_guard<std::mutex> lock(mutex_);
     return std::find(failingSets_.begin(), failingSets_.end(), name) != failingSets_.end();
 }
 

@@ -27,9 +27,9 @@ namespace devhost {
 // What a world has of part 2 of the host: files, loader and modules,
 // shapes, viewables, annotation sets, and what the scene manager and the
 // application's observers did with them. It hangs on the
-// world as its "content" extension and goes with it. Fixed parts are set
-// while the world is built; the rest changes under the content's own lock,
-// which is never held while host or module code is called.
+// world as its "content" extension and goes with it. Everything in it is
+// guarded by the content's own lock, which is never held while host or
+// module code is called.
 class WorldContent final : public du::RefCounted {
 public:
     explicit WorldContent(std::string folder);
@@ -40,7 +40,7 @@ public:
     // A world may have no loader; this may change while the world is in use.
     void SetLoaderPresent(bool present) { loaderPresent_ = present; }
 
-    // --- building (before the world is in use) ---
+    // --- what the world has (set while it is built, or by tests later) ---
     // Optional modules the world has; profiles is the text GetProfiles gives.
     void AddEcadModule();
     void AddWebIpcModule();
@@ -55,14 +55,18 @@ public:
     void SetInitialSelection(const du::Symbol& sceneName, unsigned int selectionSet,
                              std::vector<SelectionItemSpec> items);
     // Sets that fail when applied.
-    void SetApplyFails(const du::Symbol& name) { failingSets_.push_back(name); }
+    void SetApplyFails(const du::Symbol& name);
 
     // --- host operations' state ---
     du::SmartPtr<Loader> GetLoader() const;  // null when the world has none
     // The loader even when the world hides it, for building and inspection.
     const du::SmartPtr<Loader>& OwnLoader() const { return loader_; }
     du::SmartPtr<qxk::AnnoSetTable> GetAnnoSetTable() const;
-    const InstanceContent* ContentForPath(const std::string& idPath) const;
+    // False when the world names nothing for the idpath.
+    bool ContentForPath(const std::string& idPath, InstanceContent& content) const;
+    // Whether the world names content by idpath at all; spares building
+    // idpaths in large worlds that carry their content on the instances.
+    bool HasContentByPath() const;
     // Sets the initial selection of the named scene on a new selection manager.
     void ApplyInitialSelection(const du::Symbol& sceneName, SelectionManager& manager) const;
     du::SmartPtr<PluginHandler> GetPlugin() const { return plugin_; }
@@ -101,18 +105,18 @@ public:
 private:
     const std::string folder_;
     std::atomic<bool> loaderPresent_{true};
-    std::map<du::Symbol, du::SmartPtr<Shape>> shapes_;
-    std::unordered_map<std::string, InstanceContent> byPath_;
-    std::map<du::Symbol, std::map<unsigned int, std::vector<SelectionItemSpec>>> initialSelections_;
-    std::vector<du::Symbol> failingSets_;
     const std::shared_ptr<ModuleCallLog> moduleCalls_;
-    du::SmartPtr<qxk::AnnoSetTable> annoSets_;
     const du::SmartPtr<Loader> loader_;
     const du::SmartPtr<PluginHandler> plugin_;
     const du::SmartPtr<qxk::Anchor> anchor_;
     const du::SmartPtr<qxk::ComponentNode> emptyComponent_;
 
-    mutable std::mutex mutex_;
+    mutable std::mutex mutex_;  // guards everything below
+    std::map<du::Symbol, du::SmartPtr<Shape>> shapes_;
+    std::unordered_map<std::string, InstanceContent> byPath_;
+    std::map<du::Symbol, std::map<unsigned int, std::vector<SelectionItemSpec>>> initialSelections_;
+    std::vector<du::Symbol> failingSets_;
+    du::SmartPtr<qxk::AnnoSetTable> annoSets_;
     std::vector<AppliedSet> applied_;
     du::SmartPtr<qxk::AnnoSetTable> sceneManagerTable_;
     std::vector<WorkflowObservation> workflowObservations_;
