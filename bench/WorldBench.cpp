@@ -18,15 +18,15 @@ void DropAll() {
 
 // args: instances, depth, fan-out, proxy share in percent.
 void BM_BuildLargeWorld(benchmark::State& state) {
-    devhost::LargeWorldSpec spec;
-    spec.instances = static_cast<std::size_t>(state.range(0));
-    spec.depth = static_cast<unsigned>(state.range(1));
-    spec.fanOut = static_cast<unsigned>(state.range(2));
-    spec.proxyShare = static_cast<double>(state.range(3)) / 100.0;
-    spec.viewableEvery = 100;
+    devhost::LargeWorldParams params;
+    params.instances = static_cast<std::size_t>(state.range(0));
+    params.depth = static_cast<unsigned>(state.range(1));
+    params.fanOut = static_cast<unsigned>(state.range(2));
+    params.proxyShare = static_cast<double>(state.range(3)) / 100.0;
+    params.viewableEvery = 100;
     for (auto _ : state) {
         devhost::LargeWorldInfo info;
-        auto world = devhost::BuildLargeWorld(spec, &info);
+        auto world = devhost::BuildLargeWorld(params, &info);
         benchmark::DoNotOptimize(world.get());
         state.counters["instances"] = static_cast<double>(info.instances);
         state.PauseTiming();
@@ -63,12 +63,12 @@ struct ViewableCounter : qxk::BaseInstanceVisitor {
 };
 
 void BM_WalkViewables(benchmark::State& state) {
-    devhost::LargeWorldSpec spec;
-    spec.instances = static_cast<std::size_t>(state.range(0));
-    spec.depth = 6;
-    spec.fanOut = 10;
-    spec.viewableEvery = 100;
-    auto world = devhost::BuildLargeWorld(spec);
+    devhost::LargeWorldParams params;
+    params.instances = static_cast<std::size_t>(state.range(0));
+    params.depth = 6;
+    params.fanOut = 10;
+    params.viewableEvery = 100;
+    auto world = devhost::BuildLargeWorld(params);
     for (auto _ : state) {
         ViewableCounter counter;
         world->tree->Visit(counter, qxk::BaseTree::VT_DepthFirst);

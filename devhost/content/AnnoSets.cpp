@@ -6,20 +6,20 @@ namespace devhost {
 namespace {
 
 bool Matches(const AnnoSetTableEntry& entry, qxk::AnnoSetContentType contentType) {
-    return contentType == qxk::AnnoSetContentAll || entry.GetSpec().contentType == contentType;
+    return contentType == qxk::AnnoSetContentAll || entry.GetDesc().contentType == contentType;
 }
 
 }  // namespace
 
 du::Symbol AnnoSetTableEntry::GetName() const {
-    return HitFault("qxk::AnnoSetTableEntry::GetName") ? du::Symbol() : spec_.name;
+    return HitFault("qxk::AnnoSetTableEntry::GetName") ? du::Symbol() : desc_.name;
 }
 
 du::Symbol AnnoSetTableEntry::GetPropName() const {
-    return HitFault("qxk::AnnoSetTableEntry::GetPropName") ? du::Symbol() : spec_.propName;
+    return HitFault("qxk::AnnoSetTableEntry::GetPropName") ? du::Symbol() : desc_.propName;
 }
 
-AnnoSetTable::AnnoSetTable(const std::vector<AnnoSetSpec>& sets) {
+AnnoSetTable::AnnoSetTable(const std::vector<AnnoSetDesc>& sets) {
     for (const auto& set : sets) entries_.emplace_back(new AnnoSetTableEntry(set));
 }
 

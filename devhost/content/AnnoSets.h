@@ -8,7 +8,7 @@
 
 namespace devhost {
 
-struct AnnoSetSpec {
+struct AnnoSetDesc {
     du::Symbol name;
     du::Symbol propName;
     qxk::AnnoSetContentType contentType = qxk::AnnoSetContentModel;
@@ -18,20 +18,20 @@ struct AnnoSetSpec {
 
 class AnnoSetTableEntry final : public qxk::AnnoSetTableEntry {
 public:
-    explicit AnnoSetTableEntry(AnnoSetSpec spec) : spec_(std::move(spec)) {}
+    explicit AnnoSetTableEntry(AnnoSetDesc desc) : desc_(std::move(desc)) {}
     du::Symbol GetName() const override;
     du::Symbol GetPropName() const override;
-    const AnnoSetSpec& GetSpec() const { return spec_; }
+    const AnnoSetDesc& GetDesc() const { return desc_; }
 
 private:
-    const AnnoSetSpec spec_;
+    const AnnoSetDesc desc_;
 };
 
 // The world's annotation sets in table order; fixed once made. Content type
 // 0 asks for every entry, any other for the entries of that type.
 class AnnoSetTable final : public qxk::AnnoSetTable {
 public:
-    explicit AnnoSetTable(const std::vector<AnnoSetSpec>& sets);
+    explicit AnnoSetTable(const std::vector<AnnoSetDesc>& sets);
 
     void GetEntries(std::vector<du::SmartPtr<qxk::AnnoSetTableEntry>>& entries,
                     qxk::AnnoSetContentType contentType) const override;

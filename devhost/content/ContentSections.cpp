@@ -88,32 +88,32 @@ bool ReadShapes(Reader& r, const rapidjson::Value& value, const std::string& at,
     return true;
 }
 
-bool ReadViewable(Reader& r, const rapidjson::Value& value, const std::string& place, ViewableSpec& spec) {
+bool ReadViewable(Reader& r, const rapidjson::Value& value, const std::string& place, ViewableDesc& desc) {
     if (!r.Expect(value.IsObject(), place, "must be an object")) return false;
     du::Symbol kind;
-    if (!r.String(value, "kind", place, kind, true) || !r.String(value, "name", place, spec.name, true) ||
-        !r.String(value, "type", place, spec.type, false))
+    if (!r.String(value, "kind", place, kind, true) || !r.String(value, "name", place, desc.name, true) ||
+        !r.String(value, "type", place, desc.type, false))
         return false;
     if (kind == "plain") {
-        spec.kind = ViewableKind::Plain;
+        desc.kind = ViewableKind::Plain;
     } else if (kind == "illustration3d") {
-        spec.kind = ViewableKind::Illustration3d;
-        if (!r.String(value, "thumbnail", place, spec.thumbnail, false)) return false;
+        desc.kind = ViewableKind::Illustration3d;
+        if (!r.String(value, "thumbnail", place, desc.thumbnail, false)) return false;
     } else if (kind == "illustrate") {
-        spec.kind = ViewableKind::Illustrate;
+        desc.kind = ViewableKind::Illustrate;
         auto nested = value.FindMember("viewables");
         if (nested != value.MemberEnd()) {
             if (!r.Expect(nested->value.IsArray(), place + "/viewables", "must be an array")) return false;
             for (rapidjson::SizeType i = 0; i < nested->value.Size(); ++i) {
-                spec.nested.emplace_back();
-                if (!ReadViewable(r, nested->value[i], Index(place + "/viewables", i), spec.nested.back()))
+                desc.nested.emplace_back();
+                if (!ReadViewable(r, nested->value[i], Index(place + "/viewables", i), desc.nested.back()))
                     return false;
             }
         }
     } else {
         return r.Fail(place + "/kind", "unknown kind \"" + kind.str() + "\"");
     }
-    if (spec.type.IsNull()) spec.type = kind;
+    if (desc.type.IsNull()) desc.type = kind;
     return true;
 }
 
@@ -121,24 +121,24 @@ bool ReadComponents(Reader& r, const rapidjson::Value& value, const std::string&
     if (!r.Expect(value.IsObject(), at, "must be an object of components by idpath")) return false;
     for (auto entry = value.MemberBegin(); entry != value.MemberEnd(); ++entry) {
         const std::string place = at + "/" + entry->name.GetString();
-        const rapidjson::Value& spec = entry->value;
-        if (!r.Expect(spec.IsObject(), place, "must be an object")) return false;
+        const rapidjson::Value& desc = entry->value;
+        if (!r.Expect(desc.IsObject(), place, "must be an object")) return false;
         InstanceContent instance;
-        if (!r.Bool(spec, "anchor", place, instance.hasAnchor) ||
-            !r.Bool(spec, "component", place, instance.hasComponent))
+        if (!r.Bool(desc, "anchor", place, instance.hasAnchor) ||
+            !r.Bool(desc, "component", place, instance.hasComponent))
             return false;
         du::Symbol shapeName;
-        if (!r.String(spec, "shape", place, shapeName, false)) return false;
+        if (!r.String(desc, "shape", place, shapeName, false)) return false;
         if (!shapeName.IsNull()) {
             instance.shape = content.FindShape(shapeName);
             if (!instance.shape) return r.Fail(place + "/shape", "no shape \"" + shapeName.str() + "\"");
         }
-        auto viewables = spec.FindMember("viewables");
-        if (viewables != spec.MemberEnd()) {
+        auto viewables = desc.FindMember("viewables");
+        if (viewables != desc.MemberEnd()) {
             if (!r.Expect(viewables->value.IsArray(), place + "/viewables", "must be an array")) return false;
             std::vector<du::SmartPtr<qxk::ViewableSource>> sources;
             for (rapidjson::SizeType i = 0; i < viewables->value.Size(); ++i) {
-                ViewableSpec viewable;
+                ViewableDesc viewable;
                 if (!ReadViewable(r, viewables->value[i], Index(place + "/viewables", i), viewable)) return false;
                 sources.push_back(MakeViewable(viewable));
             }
@@ -189,12 +189,12 @@ bool ReadModules(Reader& r, const rapidjson::Value& value, const std::string& at
     for (auto module = value.MemberBegin(); module != value.MemberEnd(); ++module) {
         const std::string name = module->name.GetString();
         const std::string place = at + "/" + name;
-        const rapidjson::Value& spec = module->value;
-        if (spec.IsBool() && !spec.GetBool()) continue;
+        const rapidjson::Value& desc = module->value;
+        if (desc.IsBool() && !desc.GetBool()) continue;
         du::Symbol profiles = du::Symbol::EMPTY;
-        if (spec.IsObject()) {
-            if (!r.String(spec, "profiles", place, profiles, false)) return false;
-        } else if (!r.Expect(spec.IsBool(), place, "must be true, false or an object")) {
+        if (desc.IsObject()) {
+            if (!r.String(desc, "profiles", place, profiles, false)) return false;
+        } else if (!r.Expect(desc.IsBool(), place, "must be true, false or an object")) {
             return false;
         }
         if (name == "ecadapi") {
@@ -213,25 +213,25 @@ bool ReadModules(Reader& r, const rapidjson::Value& value, const std::string& at
 }
 
 bool ReadAnnotationSets(Reader& r, const rapidjson::Value& value, const std::string& at, WorldContent& content) {
-    static const std::map<std::string, AnnoSetSpec::SceneKind> kinds = {
-        {"shape", AnnoSetSpec::SceneKind::Shape},
-        {"illustration3d", AnnoSetSpec::SceneKind::Illustration3d},
-        {"plain", AnnoSetSpec::SceneKind::Plain}};
+    static const std::map<std::string, AnnoSetDesc::SceneKind> kinds = {
+        {"shape", AnnoSetDesc::SceneKind::Shape},
+        {"illustration3d", AnnoSetDesc::SceneKind::Illustration3d},
+        {"plain", AnnoSetDesc::SceneKind::Plain}};
     if (!r.Expect(value.IsArray(), at, "must be an array")) return false;
-    std::vector<AnnoSetSpec> sets;
+    std::vector<AnnoSetDesc> sets;
     for (rapidjson::SizeType i = 0; i < value.Size(); ++i) {
         const std::string place = Index(at, i);
-        const rapidjson::Value& spec = value[i];
-        if (!r.Expect(spec.IsObject(), place, "must be an object")) return false;
-        AnnoSetSpec set;
+        const rapidjson::Value& desc = value[i];
+        if (!r.Expect(desc.IsObject(), place, "must be an object")) return false;
+        AnnoSetDesc set;
         du::Symbol scene;
         bool fails = false;
-        if (!r.String(spec, "name", place, set.name, true) || !r.String(spec, "propName", place, set.propName, false) ||
-            !r.String(spec, "scene", place, scene, false) || !r.Bool(spec, "applyFails", place, fails))
+        if (!r.String(desc, "name", place, set.name, true) || !r.String(desc, "propName", place, set.propName, false) ||
+            !r.String(desc, "scene", place, scene, false) || !r.Bool(desc, "applyFails", place, fails))
             return false;
         if (set.propName.IsNull()) set.propName = du::Symbol::EMPTY;
-        auto type = spec.FindMember("contentType");
-        if (type != spec.MemberEnd()) {
+        auto type = desc.FindMember("contentType");
+        if (type != desc.MemberEnd()) {
             if (!r.Expect(type->value.IsUint() && type->value.GetUint() <= 2, place + "/contentType",
                           "must be 1 (model) or 2 (illustration)"))
                 return false;
@@ -249,7 +249,7 @@ bool ReadAnnotationSets(Reader& r, const rapidjson::Value& value, const std::str
     return true;
 }
 
-bool ReadSelectionItem(Reader& r, const rapidjson::Value& value, const std::string& place, SelectionItemSpec& item) {
+bool ReadSelectionItem(Reader& r, const rapidjson::Value& value, const std::string& place, SelectionItemDesc& item) {
     if (!r.Expect(value.IsObject(), place, "must be an object")) return false;
     if (!r.Bool(value, "representation", place, item.hasRepresentation) ||
         !r.String(value, "contentType", place, item.contentType, item.hasRepresentation))
@@ -280,25 +280,25 @@ bool ReadSelection(Reader& r, const rapidjson::Value& value, const std::string& 
     if (!r.Expect(value.IsArray(), at, "must be an array")) return false;
     for (rapidjson::SizeType i = 0; i < value.Size(); ++i) {
         const std::string place = Index(at, i);
-        const rapidjson::Value& spec = value[i];
-        if (!r.Expect(spec.IsObject(), place, "must be an object")) return false;
+        const rapidjson::Value& desc = value[i];
+        if (!r.Expect(desc.IsObject(), place, "must be an object")) return false;
         du::Symbol scene;
-        if (!r.String(spec, "scene", place, scene, true)) return false;
+        if (!r.String(desc, "scene", place, scene, true)) return false;
         unsigned int set = 0;
-        auto number = spec.FindMember("set");
-        if (number != spec.MemberEnd()) {
+        auto number = desc.FindMember("set");
+        if (number != desc.MemberEnd()) {
             if (!r.Expect(number->value.IsUint(), place + "/set", "must be a selection set number")) return false;
             set = number->value.GetUint();
         }
-        auto items = spec.FindMember("items");
-        if (!r.Expect(items != spec.MemberEnd() && items->value.IsArray(), place, "needs an array \"items\""))
+        auto items = desc.FindMember("items");
+        if (!r.Expect(items != desc.MemberEnd() && items->value.IsArray(), place, "needs an array \"items\""))
             return false;
-        std::vector<SelectionItemSpec> specs;
+        std::vector<SelectionItemDesc> descs;
         for (rapidjson::SizeType k = 0; k < items->value.Size(); ++k) {
-            specs.emplace_back();
-            if (!ReadSelectionItem(r, items->value[k], Index(place + "/items", k), specs.back())) return false;
+            descs.emplace_back();
+            if (!ReadSelectionItem(r, items->value[k], Index(place + "/items", k), descs.back())) return false;
         }
-        content.SetInitialSelection(scene, set, std::move(specs));
+        content.SetInitialSelection(scene, set, std::move(descs));
     }
     return true;
 }

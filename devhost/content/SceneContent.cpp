@@ -47,7 +47,7 @@ du::SmartPtr<SelectionManager> SelectionOf(const qxk::Scene& scene) {
 }
 
 bool SetSceneSelection(const std::string& sceneName, unsigned int selectionSet,
-                       const std::vector<SelectionItemSpec>& items) {
+                       const std::vector<SelectionItemDesc>& items) {
     du::SmartPtr<qxk::Scene> scene = FindSceneNamed(sceneName);
     if (!scene) return false;
     SelectionOf(*scene)->SetSelection(selectionSet, items);

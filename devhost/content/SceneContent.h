@@ -20,7 +20,7 @@ du::SmartPtr<SelectionManager> SelectionOf(const qxk::Scene& scene);
 // Sets the selection of a scene of the application by the scene's name, and
 // tells its observers; false when the application has no such scene.
 bool SetSceneSelection(const std::string& sceneName, unsigned int selectionSet,
-                       const std::vector<SelectionItemSpec>& items);
+                       const std::vector<SelectionItemDesc>& items);
 
 // Labels attached to a scene, in the order attached; the scene keeps them.
 void AttachLabel(const qxk::Scene& scene, const du::SmartPtr<qxannotations::Label>& label);

@@ -21,9 +21,9 @@ devhost::SceneManagerImpl& Impl(qxkapp::SceneManager& manager) {
     return static_cast<devhost::SceneManagerImpl&>(manager);
 }
 
-const devhost::AnnoSetSpec* SpecOf(const du::SmartPtr<qxk::AnnoSetTableEntry>& entry) {
+const devhost::AnnoSetDesc* DescOf(const du::SmartPtr<qxk::AnnoSetTableEntry>& entry) {
     const auto* own = dynamic_cast<const devhost::AnnoSetTableEntry*>(entry.get());
-    return own ? &own->GetSpec() : nullptr;
+    return own ? &own->GetDesc() : nullptr;
 }
 
 }  // namespace
@@ -71,15 +71,15 @@ du::SmartPtr<qxk::Scene> SceneManager::CreateScene(const du::SmartPtr<qxk::AnnoS
     if (devhost::HitFault("qxkapp::SceneManager::CreateScene")) return nullptr;
     // A scene for no set, or for a set of another table, is a plain 3D scene,
     // as a viewer opens a model with no annotation set chosen.
-    const devhost::AnnoSetSpec* spec = SpecOf(entry);
+    const devhost::AnnoSetDesc* desc = DescOf(entry);
     const du::Symbol name = entry ? entry->GetName() : du::Symbol("Scene");
     du::SmartPtr<qxk::Scene> scene;
-    switch (spec ? spec->sceneKind : devhost::AnnoSetSpec::SceneKind::Shape) {
-        case devhost::AnnoSetSpec::SceneKind::Shape: scene = devhost::MakeShapeScene(name); break;
-        case devhost::AnnoSetSpec::SceneKind::Illustration3d:
+    switch (desc ? desc->sceneKind : devhost::AnnoSetDesc::SceneKind::Shape) {
+        case devhost::AnnoSetDesc::SceneKind::Shape: scene = devhost::MakeShapeScene(name); break;
+        case devhost::AnnoSetDesc::SceneKind::Illustration3d:
             scene = new devhost::Concrete<qxk::illustration::Illustration3dScene>(name);
             break;
-        case devhost::AnnoSetSpec::SceneKind::Plain: scene = devhost::MakePlainScene(name); break;
+        case devhost::AnnoSetDesc::SceneKind::Plain: scene = devhost::MakePlainScene(name); break;
     }
     devhost::WorldGuard guard(devhost::WorldMutex());
     Impl(*this).AddScene(scene);

@@ -8,17 +8,17 @@ namespace devhost {
 
 du::Symbol SelectionRepresentation::GetContentType() const {
     if (HitFault("qxk::SelectionItemRepresentation::GetContentType")) return du::Symbol();
-    return spec_.contentType;
+    return desc_.contentType;
 }
 
 void SelectionRepresentation::GetFieldNames(std::vector<du::Symbol>& names) const {
     if (HitFault("qxk::SelectionItemRepresentation::GetFieldNames")) return;
-    for (const auto& field : spec_.fields) names.push_back(field.first);
+    for (const auto& field : desc_.fields) names.push_back(field.first);
 }
 
 bool SelectionRepresentation::GetField(const du::Symbol& name, std::string& value) const {
-    if (HitFault("qxk::SelectionItemRepresentation::GetField") || spec_.failingFields.count(name)) return false;
-    for (const auto& field : spec_.fields) {
+    if (HitFault("qxk::SelectionItemRepresentation::GetField") || desc_.failingFields.count(name)) return false;
+    for (const auto& field : desc_.fields) {
         if (field.first == name) {
             value = field.second;
             return true;
@@ -27,9 +27,9 @@ bool SelectionRepresentation::GetField(const du::Symbol& name, std::string& valu
     return false;
 }
 
-SelectionItem::SelectionItem(const SelectionItemSpec& spec)
-    : spec_(spec),
-      representation_(spec.hasRepresentation ? new SelectionRepresentation(spec) : nullptr) {}
+SelectionItem::SelectionItem(const SelectionItemDesc& desc)
+    : desc_(desc),
+      representation_(desc.hasRepresentation ? new SelectionRepresentation(desc) : nullptr) {}
 
 du::SmartPtr<qxk::SelectionItemRepresentation> SelectionItem::GetRepresentation() const {
     if (HitFault("qxk::SelectionItem::GetRepresentation")) return nullptr;
@@ -46,7 +46,7 @@ bool SelectionManager::GetSelectedItems(unsigned int selectionSet, const du::Sym
     auto found = sets_.find(selectionSet);
     if (found == sets_.end()) return true;
     for (const auto& item : found->second) {
-        if (contentType.empty() || item->GetSpec().contentType == contentType) items.emplace_back(item);
+        if (contentType.empty() || item->GetDesc().contentType == contentType) items.emplace_back(item);
     }
     return true;
 }
@@ -70,23 +70,23 @@ bool SelectionManager::RegisterObserver(unsigned int selectionSet, const qxk::Se
     return true;
 }
 
-void SelectionManager::SetSelection(unsigned int selectionSet, const std::vector<SelectionItemSpec>& items) {
+void SelectionManager::SetSelection(unsigned int selectionSet, const std::vector<SelectionItemDesc>& items) {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         auto& set = sets_[selectionSet];
         set.clear();
-        for (const auto& spec : items) set.emplace_back(new SelectionItem(spec));
+        for (const auto& desc : items) set.emplace_back(new SelectionItem(desc));
     }
     Notify(selectionSet);
 }
 
-std::vector<SelectionItemSpec> SelectionManager::GetSelection(unsigned int selectionSet) const {
+std::vector<SelectionItemDesc> SelectionManager::GetSelection(unsigned int selectionSet) const {
     std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<SelectionItemSpec> specs;
+    std::vector<SelectionItemDesc> descs;
     auto found = sets_.find(selectionSet);
     if (found != sets_.end())
-        for (const auto& item : found->second) specs.push_back(item->GetSpec());
-    return specs;
+        for (const auto& item : found->second) descs.push_back(item->GetDesc());
+    return descs;
 }
 
 unsigned SelectionManager::ClearCount() const {

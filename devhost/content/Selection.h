@@ -12,7 +12,7 @@
 namespace devhost {
 
 // One selected item as a world file or a test describes it.
-struct SelectionItemSpec {
+struct SelectionItemDesc {
     bool hasRepresentation = true;  // false: GetRepresentation gives null
     du::Symbol contentType;
     std::vector<std::pair<du::Symbol, std::string>> fields;  // in the host's order
@@ -22,25 +22,25 @@ struct SelectionItemSpec {
 // An item's self-description; fixed once made.
 class SelectionRepresentation final : public qxk::SelectionItemRepresentation {
 public:
-    explicit SelectionRepresentation(SelectionItemSpec spec) : spec_(std::move(spec)) {}
+    explicit SelectionRepresentation(SelectionItemDesc desc) : desc_(std::move(desc)) {}
 
     du::Symbol GetContentType() const override;
     void GetFieldNames(std::vector<du::Symbol>& names) const override;
     bool GetField(const du::Symbol& name, std::string& value) const override;
 
 private:
-    const SelectionItemSpec spec_;
+    const SelectionItemDesc desc_;
 };
 
 class SelectionItem final : public qxk::SelectionItem {
 public:
-    explicit SelectionItem(const SelectionItemSpec& spec);
+    explicit SelectionItem(const SelectionItemDesc& desc);
 
     du::SmartPtr<qxk::SelectionItemRepresentation> GetRepresentation() const override;
-    const SelectionItemSpec& GetSpec() const { return spec_; }
+    const SelectionItemDesc& GetDesc() const { return desc_; }
 
 private:
-    const SelectionItemSpec spec_;
+    const SelectionItemDesc desc_;
     const du::SmartPtr<qxk::SelectionItemRepresentation> representation_;
 };
 
@@ -56,8 +56,8 @@ public:
     bool RegisterObserver(unsigned int selectionSet, const qxk::SelectionObserver& observer) override;
 
     // Control and inspection.
-    void SetSelection(unsigned int selectionSet, const std::vector<SelectionItemSpec>& items);
-    std::vector<SelectionItemSpec> GetSelection(unsigned int selectionSet) const;
+    void SetSelection(unsigned int selectionSet, const std::vector<SelectionItemDesc>& items);
+    std::vector<SelectionItemDesc> GetSelection(unsigned int selectionSet) const;
     unsigned ClearCount() const;
     std::size_t ObserverCount() const;
     std::vector<du::ConstSmartPtr<qxk::SelectionObserver>> GetObservers() const;

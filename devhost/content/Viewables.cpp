@@ -12,7 +12,7 @@ const char kFileScheme[] = "file://";
 template <class Base>
 class Viewable : public Base {
 public:
-    explicit Viewable(const ViewableSpec& spec) : name_(spec.name), type_(spec.type) {}
+    explicit Viewable(const ViewableDesc& desc) : name_(desc.name), type_(desc.type) {}
     du::Symbol GetDisplayName() const override {
         return HitFault("qxk::ViewableSource::GetDisplayName") ? du::Symbol() : name_;
     }
@@ -27,8 +27,8 @@ private:
 
 class IllustrateViewable final : public Viewable<qxk::IllustrateSource> {
 public:
-    explicit IllustrateViewable(const ViewableSpec& spec) : Viewable(spec) {
-        for (const auto& nested : spec.nested) nested_.push_back(MakeViewable(nested));
+    explicit IllustrateViewable(const ViewableDesc& desc) : Viewable(desc) {
+        for (const auto& nested : desc.nested) nested_.push_back(MakeViewable(nested));
     }
     const std::vector<du::SmartPtr<qxk::ViewableSource>> GetViewableSources() const override {
         if (HitFault("qxk::IllustrateSource::GetViewableSources")) return {};
@@ -41,7 +41,7 @@ private:
 
 class Illustration3dViewable final : public Viewable<qxk::Illustration3dSource> {
 public:
-    explicit Illustration3dViewable(const ViewableSpec& spec) : Viewable(spec), thumbnail_(spec.thumbnail) {}
+    explicit Illustration3dViewable(const ViewableDesc& desc) : Viewable(desc), thumbnail_(desc.thumbnail) {}
     du::Symbol GetThumbnailSource() const override {
         return HitFault("qxk::Illustration3dSource::GetThumbnailSource") ? du::Symbol() : thumbnail_;
     }
@@ -52,13 +52,13 @@ private:
 
 }  // namespace
 
-du::SmartPtr<qxk::ViewableSource> MakeViewable(const ViewableSpec& spec) {
-    switch (spec.kind) {
-        case ViewableKind::Illustrate: return new IllustrateViewable(spec);
-        case ViewableKind::Illustration3d: return new Illustration3dViewable(spec);
+du::SmartPtr<qxk::ViewableSource> MakeViewable(const ViewableDesc& desc) {
+    switch (desc.kind) {
+        case ViewableKind::Illustrate: return new IllustrateViewable(desc);
+        case ViewableKind::Illustration3d: return new Illustration3dViewable(desc);
         case ViewableKind::Plain: break;
     }
-    return new Viewable<qxk::ViewableSource>(spec);
+    return new Viewable<qxk::ViewableSource>(desc);
 }
 
 void ComponentNode::GetViewableSources(std::vector<du::SmartPtr<qxk::ViewableSource>>& sources) const {

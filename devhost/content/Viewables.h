@@ -14,16 +14,16 @@ enum class ViewableKind { Plain, Illustrate, Illustration3d };
 
 // A viewable as a world file or a test describes it. Illustrate viewables
 // hold nested ones; 3D illustrations may name a thumbnail file source.
-struct ViewableSpec {
+struct ViewableDesc {
     ViewableKind kind = ViewableKind::Plain;
     du::Symbol name;
     du::Symbol type;
     du::Symbol thumbnail;  // null: no thumbnail
-    std::vector<ViewableSpec> nested;
+    std::vector<ViewableDesc> nested;
 };
 
-// Makes the viewable of the spec, with its nested viewables.
-du::SmartPtr<qxk::ViewableSource> MakeViewable(const ViewableSpec& spec);
+// Makes the viewable of the desc, with its nested viewables.
+du::SmartPtr<qxk::ViewableSource> MakeViewable(const ViewableDesc& desc);
 
 class ComponentNode final : public qxk::ComponentNode {
 public:

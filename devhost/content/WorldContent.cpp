@@ -50,7 +50,7 @@ du::SmartPtr<Shape> WorldContent::FindShape(const du::Symbol& name) const {
     return found == shapes_.end() ? nullptr : found->second;
 }
 
-void WorldContent::SetAnnoSets(const std::vector<AnnoSetSpec>& sets) {
+void WorldContent::SetAnnoSets(const std::vector<AnnoSetDesc>& sets) {
     du::SmartPtr<qxk::AnnoSetTable> table(new AnnoSetTable(sets));
     std::lock_guard<std::mutex> lock(mutex_);
     annoSets_ = table;
@@ -75,13 +75,13 @@ bool WorldContent::HasContentByPath() const {
 }
 
 void WorldContent::SetInitialSelection(const du::Symbol& sceneName, unsigned int selectionSet,
-                                       std::vector<SelectionItemSpec> items) {
+                                       std::vector<SelectionItemDesc> items) {
     std::lock_guard<std::mutex> lock(mutex_);
     initialSelections_[sceneName][selectionSet] = std::move(items);
 }
 
 void WorldContent::ApplyInitialSelection(const du::Symbol& sceneName, SelectionManager& manager) const {
-    std::map<unsigned int, std::vector<SelectionItemSpec>> sets;
+    std::map<unsigned int, std::vector<SelectionItemDesc>> sets;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = initialSelections_.find(sceneName);

@@ -48,12 +48,12 @@ public:
     void AddSchematicModule(const du::Symbol& profiles);
     void AddShape(const du::SmartPtr<Shape>& shape);
     du::SmartPtr<Shape> FindShape(const du::Symbol& name) const;
-    void SetAnnoSets(const std::vector<AnnoSetSpec>& sets);
+    void SetAnnoSets(const std::vector<AnnoSetDesc>& sets);
     // Content of the instance at an idpath, whether or not it is read yet.
     void SetContentForPath(const std::string& idPath, const InstanceContent& content);
     // A scene's selection as it starts, for scenes of that name.
     void SetInitialSelection(const du::Symbol& sceneName, unsigned int selectionSet,
-                             std::vector<SelectionItemSpec> items);
+                             std::vector<SelectionItemDesc> items);
     // Sets that fail when applied.
     void SetApplyFails(const du::Symbol& name);
 
@@ -114,7 +114,7 @@ private:
     mutable std::mutex mutex_;  // guards everything below
     std::map<du::Symbol, du::SmartPtr<Shape>> shapes_;
     std::unordered_map<std::string, InstanceContent> byPath_;
-    std::map<du::Symbol, std::map<unsigned int, std::vector<SelectionItemSpec>>> initialSelections_;
+    std::map<du::Symbol, std::map<unsigned int, std::vector<SelectionItemDesc>>> initialSelections_;
     std::vector<du::Symbol> failingSets_;
     du::SmartPtr<qxk::AnnoSetTable> annoSets_;
     std::vector<AppliedSet> applied_;

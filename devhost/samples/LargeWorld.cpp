@@ -38,24 +38,24 @@ std::size_t Capacity(unsigned depth, unsigned fanOut) {
 
 }  // namespace
 
-du::SmartPtr<WorldModel> BuildLargeWorld(const LargeWorldSpec& spec, LargeWorldInfo* info) {
+du::SmartPtr<WorldModel> BuildLargeWorld(const LargeWorldParams& params, LargeWorldInfo* info) {
     LargeWorldInfo made;
     WorldBuilder builder("world");
-    du::SmartPtr<WorldContent> content(new WorldContent(spec.folder.empty() ? "." : spec.folder));
+    du::SmartPtr<WorldContent> content(new WorldContent(params.folder.empty() ? "." : params.folder));
     AttachContent(builder.World(), content);
-    const std::size_t target = std::min(spec.instances, spec.fanOut ? Capacity(spec.depth, spec.fanOut) : 1);
+    const std::size_t target = std::min(params.instances, params.fanOut ? Capacity(params.depth, params.fanOut) : 1);
 
     std::vector<du::Symbol> thumbnails;
-    if (spec.viewableEvery && !spec.folder.empty()) {
+    if (params.viewableEvery && !params.folder.empty()) {
         for (unsigned i = 0; i < kThumbnailCount; ++i) {
             const std::string name = "thumbnail_" + std::to_string(i) + ".png";
-            if (WritePartThumbnail(spec.folder + "/" + name, i + 1)) thumbnails.emplace_back(name);
+            if (WritePartThumbnail(params.folder + "/" + name, i + 1)) thumbnails.emplace_back(name);
         }
     }
 
     du::SmartPtr<qxk::ShapeScene> scene = builder.AddShapeScene("Model");
     builder.SetActiveView(builder.AddView(scene, ViewKindNumber("shape"), "Main"));
-    du::SmartPtr<Shape> leafShape = spec.shapes ? MakeLeafShape() : nullptr;
+    du::SmartPtr<Shape> leafShape = params.shapes ? MakeLeafShape() : nullptr;
     if (leafShape) content->AddShape(leafShape);
 
     struct Pending {
@@ -72,7 +72,7 @@ du::SmartPtr<WorldModel> BuildLargeWorld(const LargeWorldSpec& spec, LargeWorldI
     while (!queue.empty()) {
         Pending current = queue.front();
         queue.pop_front();
-        const bool assembly = current.level < spec.depth && made.instances < target;
+        const bool assembly = current.level < params.depth && made.instances < target;
         if (!assembly) {
             if (leafShape) {
                 InstanceContent leaf;
@@ -87,13 +87,13 @@ du::SmartPtr<WorldModel> BuildLargeWorld(const LargeWorldSpec& spec, LargeWorldI
         }
         if (current.level > 0) {
             ++assemblies;
-            if (static_cast<double>(made.proxies + 1) <= spec.proxyShare * static_cast<double>(assemblies)) {
+            if (static_cast<double>(made.proxies + 1) <= params.proxyShare * static_cast<double>(assemblies)) {
                 builder.MakeProxy(*current.node, ProxyOutcome::Expand, ProxyCompletion::Auto);
                 ++made.proxies;
                 current.unread = true;
             }
-            if (spec.viewableEvery && assemblies % spec.viewableEvery == 0) {
-                ViewableSpec viewable;
+            if (params.viewableEvery && assemblies % params.viewableEvery == 0) {
+                ViewableDesc viewable;
                 viewable.kind = ViewableKind::Illustration3d;
                 viewable.name = du::Symbol("Illustration " + std::to_string(assemblies));
                 viewable.type = "illustration3d";
@@ -104,7 +104,7 @@ du::SmartPtr<WorldModel> BuildLargeWorld(const LargeWorldSpec& spec, LargeWorldI
                 ++made.viewables;
             }
         }
-        for (unsigned i = 0; i < spec.fanOut && made.instances < target; ++i) {
+        for (unsigned i = 0; i < params.fanOut && made.instances < target; ++i) {
             InstanceNode& child = builder.AddInstance(current.node, "n" + std::to_string(i));
             ++made.instances;
             if (current.unread) ++made.unread;

@@ -10,7 +10,7 @@ namespace devhost {
 // Shape of a synthetic world for benchmarks and load tests. The structure
 // is one root with fanOut children per assembly, filled level by level down
 // to depth levels below the root until instances are made.
-struct LargeWorldSpec {
+struct LargeWorldParams {
     std::size_t instances = 1000;  // including the root; at most what depth and fan-out hold
     unsigned depth = 4;
     unsigned fanOut = 10;
@@ -37,6 +37,6 @@ struct LargeWorldInfo {
 
 // Builds the world, with a shape view "Main" on the scene "Model" made
 // active, and publishes it. Linear in the number of instances.
-du::SmartPtr<WorldModel> BuildLargeWorld(const LargeWorldSpec& spec, LargeWorldInfo* info = nullptr);
+du::SmartPtr<WorldModel> BuildLargeWorld(const LargeWorldParams& params, LargeWorldInfo* info = nullptr);
 
 }  // namespace devhost

@@ -76,7 +76,7 @@ TEST(Concurrency, TheActorReadsWhileTheHostChangesSelectionMarkupsLabelsAndTheLo
     arm->GetShape(shape);
     du::SmartPtr<qxg::Markup> markup(dynamic_cast<qxg::Markup*>(shape->GetObject("dim_arm_length")));
     for (int i = 0; i < rounds; ++i) {
-        devhost::SetSceneSelection("Model", 0, {devhost::SelectionItemSpec{true, "groupselectionitem",
+        devhost::SetSceneSelection("Model", 0, {devhost::SelectionItemDesc{true, "groupselectionitem",
                                                                            {{"groupname", std::to_string(i)}}, {}}});
         arm->HideMarkup(markup, nullptr);
         arm->OverrideMarkupColor(markup, dg::Color(static_cast<unsigned int>(i)));

@@ -16,15 +16,15 @@
 TEST(Generator, BuildsTheAskedNumberWithDepthFanOutAndShareOfProxies) {
     ctest::CleanHost clean;
     ctest::TempFolder folder;
-    devhost::LargeWorldSpec spec;
-    spec.instances = 1000;
-    spec.depth = 3;
-    spec.fanOut = 10;
-    spec.proxyShare = 0.25;
-    spec.viewableEvery = 10;
-    spec.folder = folder.Path();
+    devhost::LargeWorldParams params;
+    params.instances = 1000;
+    params.depth = 3;
+    params.fanOut = 10;
+    params.proxyShare = 0.25;
+    params.viewableEvery = 10;
+    params.folder = folder.Path();
     devhost::LargeWorldInfo info;
-    auto world = devhost::BuildLargeWorld(spec, &info);
+    auto world = devhost::BuildLargeWorld(params, &info);
     EXPECT_EQ(1000u, info.instances);
     // 99 assemblies below the root: the ten of level 1 and the 89 of level 2
     // that the thousand instances reach; a quarter of them are proxies.
@@ -57,12 +57,12 @@ TEST(Generator, BuildsTheAskedNumberWithDepthFanOutAndShareOfProxies) {
 
 TEST(Generator, StopsAtWhatDepthAndFanOutCanHold) {
     ctest::CleanHost clean;
-    devhost::LargeWorldSpec spec;
-    spec.instances = 1000000;
-    spec.depth = 2;
-    spec.fanOut = 3;
+    devhost::LargeWorldParams params;
+    params.instances = 1000000;
+    params.depth = 2;
+    params.fanOut = 3;
     devhost::LargeWorldInfo info;
-    devhost::BuildLargeWorld(spec, &info);
+    devhost::BuildLargeWorld(params, &info);
     EXPECT_EQ(13u, info.instances);
     EXPECT_EQ(9u, info.shapeInstances);
 }

@@ -68,7 +68,7 @@ TEST_F(Selection, ObserversHearOfChangesOnTheirActorAndThePluginOfNonEmptyOnes) 
 
     auto* own = static_cast<devhost::SelectionManager*>(manager.get());
     EXPECT_FALSE(devhost::SetSceneSelection("Elsewhere", 0, {}));
-    ASSERT_TRUE(devhost::SetSceneSelection("Model", 0, {devhost::SelectionItemSpec{true, "objectselectionitem", {}, {}}}));
+    ASSERT_TRUE(devhost::SetSceneSelection("Model", 0, {devhost::SelectionItemDesc{true, "objectselectionitem", {}, {}}}));
     manager->Clear();  // leaves the selection empty: not passed on
     ASSERT_TRUE(actor.SettleUntil([&] { return !plugin->SelectionChanges().empty(); }));
     actor.SettleUntil([] { return false; });
