@@ -1,4 +1,4 @@
-// Operations of the world and the application that reach part 2 of the host:
+// Operations of the world and the application that reach the content:
 // annotation sets, the plug-in link, the loader, the observers and labels.
 
 #include "devhost/content/SceneContent.h"

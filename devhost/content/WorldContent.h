@@ -24,7 +24,7 @@
 
 namespace devhost {
 
-// What a world has of part 2 of the host: files, loader and modules,
+// What a world has beyond its structure and scenes: files, loader and modules,
 // shapes, viewables, annotation sets, and what the scene manager and the
 // application's observers did with them. It hangs on the
 // world as its "content" extension and goes with it. Everything in it is
