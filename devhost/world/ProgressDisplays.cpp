@@ -1,6 +1,9 @@
 #include "devhost/world/ProgressDisplays.h"
 
+#include <chrono>
+
 #include "devhost/platform/Faults.h"
+#include "devhost/platform/Timers.h"
 #include "devhost/world/WorldLock.h"
 #include "qxmk/WebProgressEvent.h"
 
@@ -22,6 +25,19 @@ ProgressDisplay* Find(const qxmk::WebProgressEvent::Display& display) {
 }
 
 int nextDisplay = 1;
+
+const long long kRefreshTimer = 1;
+
+// The refresh interval of a display, from its ticks in tenths of a second.
+std::chrono::milliseconds RefreshInterval(long long ticks) {
+    return std::chrono::milliseconds(100 * (ticks < 1 ? 1 : ticks));
+}
+
+// Sets the event's refresh timer going when it is under an actor.
+void Refresh(qxmk::WebProgressEvent& event, long long ticks) {
+    if (event.GetReferenceCount() > 0)
+        StartTimer(du::SmartPtr<dom::ManagedObject>(&event), kRefreshTimer, RefreshInterval(ticks));
+}
 
 }  // namespace
 
@@ -46,16 +62,19 @@ WebProgressEvent::~WebProgressEvent() { delete display_; }
 void WebProgressEvent::StartProgress(du::SmartPtr<qxk::Scene> scene, const std::string& text,
                                      long long refreshTicks) {
     if (devhost::HitFault("qxmk::WebProgressEvent::StartProgress")) return;
-    devhost::WorldGuard guard(devhost::WorldMutex());
-    if (devhost::ProgressDisplay* running = devhost::Find(*display_)) running->running = false;
-    display_->id = devhost::nextDisplay++;
-    devhost::ProgressDisplay display;
-    display.id = display_->id;
-    display.type = display_->type;
-    display.scene = scene;
-    display.text = text;
-    display.refreshTicks = refreshTicks;
-    devhost::Displays().push_back(display);
+    {
+        devhost::WorldGuard guard(devhost::WorldMutex());
+        if (devhost::ProgressDisplay* running = devhost::Find(*display_)) running->running = false;
+        display_->id = devhost::nextDisplay++;
+        devhost::ProgressDisplay display;
+        display.id = display_->id;
+        display.type = display_->type;
+        display.scene = scene;
+        display.text = text;
+        display.refreshTicks = refreshTicks;
+        devhost::Displays().push_back(display);
+    }
+    devhost::Refresh(*this, refreshTicks);
 }
 
 void WebProgressEvent::SetPercentage(int percentage) {
@@ -69,14 +88,23 @@ void WebProgressEvent::SetPercentage(int percentage) {
 
 void WebProgressEvent::EndProgress() {
     if (devhost::HitFault("qxmk::WebProgressEvent::EndProgress")) return;
+    // The refresh timer is left to run out: its next tick finds the display
+    // ended and sets it no more.
     devhost::WorldGuard guard(devhost::WorldMutex());
     if (devhost::ProgressDisplay* display = devhost::Find(*display_)) display->running = false;
 }
 
-void WebProgressEvent::HandleTimeoutEvent(long long) {
-    devhost::WorldGuard guard(devhost::WorldMutex());
-    devhost::ProgressDisplay* display = devhost::Find(*display_);
-    if (display && display->running) ++display->ticks;
+void WebProgressEvent::HandleTimeoutEvent(long long timerId) {
+    if (timerId != devhost::kRefreshTimer) return;
+    long long ticks;
+    {
+        devhost::WorldGuard guard(devhost::WorldMutex());
+        devhost::ProgressDisplay* display = devhost::Find(*display_);
+        if (!display || !display->running) return;
+        ++display->ticks;
+        ticks = display->refreshTicks;
+    }
+    devhost::Refresh(*this, ticks);
 }
 
 }  // namespace qxmk

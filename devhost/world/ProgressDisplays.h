@@ -26,7 +26,7 @@ struct ProgressDisplay {
     int percentage = 0;
     std::vector<int> percentages;  // every SetPercentage, in order
     bool running = true;           // false once ended
-    unsigned int ticks = 0;        // timer events seen
+    unsigned int ticks = 0;        // refreshes by the display's timer
 };
 
 // Every display started since the last ClearProgressDisplays, in order.

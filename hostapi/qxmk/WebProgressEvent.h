@@ -18,8 +18,9 @@ public:
     explicit WebProgressEvent(Progress::Type type);
     ~WebProgressEvent() override;
 
-    // Shows the display with the text. The display is refreshed every
-    // refreshTicks ticks of its timer while it runs.
+    // Shows the display with the text. While it runs, an event under an
+    // actor refreshes it every refreshTicks tenths of a second (at least one)
+    // on its actor's timer.
     void StartProgress(du::SmartPtr<qxk::Scene> scene, const std::string& text, long long refreshTicks);
     void SetPercentage(int percentage);
     void EndProgress();

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "TestWorlds.h"
 #include "WorldTestSupport.h"
 #include "basicnav/ShapeViewFlyToData.h"
@@ -216,6 +219,20 @@ TEST_F(Scenes, ProgressDisplaysAreRecorded) {
     EXPECT_EQ(displays[0].refreshTicks, 1);
     EXPECT_EQ(displays[0].percentages, (std::vector<int>{255}));
     EXPECT_FALSE(displays[0].running);
+}
+
+TEST_F(Scenes, ARunningDisplayUnderAnActorIsRefreshedByItsTimer) {
+    wtest::Owner owner;
+    du::SmartPtr<qxmk::WebProgressEvent> event(new qxmk::WebProgressEvent(qxmk::Progress::PT_Bar));
+    owner.object->ManageObject(event);
+    event->StartProgress(du::SmartPtr<qxk::Scene>(scene), "Loading", 1);
+    // Waits for the first refresh; the test does not measure when it comes.
+    for (int i = 0; i < 500 && devhost::ProgressDisplays()[0].ticks == 0; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_GE(devhost::ProgressDisplays()[0].ticks, 1u);
+    event->EndProgress();
+    owner.Sync();
+    EXPECT_FALSE(devhost::ProgressDisplays()[0].running);
 }
 
 TEST_F(Scenes, FaultsMakeOperationsFailOrThrow) {
