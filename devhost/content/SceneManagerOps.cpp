@@ -10,7 +10,6 @@
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/SceneModel.h"
 #include "devhost/world/ViewModel.h"
-#include "devhost/world/WorldLock.h"
 #include "qxk/Instance.h"
 #include "qxk/illustration/Illustration3dScene.h"
 #include "qxkapp/SceneLoadedEvent.h"
@@ -56,13 +55,11 @@ namespace qxkapp {
 
 void SceneManager::RemoveAllViews(const du::SmartPtr<qxk::Scene>& scene) {
     if (devhost::HitFault("qxkapp::SceneManager::RemoveAllViews")) return;
-    devhost::WorldGuard guard(devhost::WorldMutex());
     Impl(*this).RemoveViews(scene);
 }
 
 void SceneManager::RemoveAllScenes() {
     if (devhost::HitFault("qxkapp::SceneManager::RemoveAllScenes")) return;
-    devhost::WorldGuard guard(devhost::WorldMutex());
     Impl(*this).RemoveScenes();
 }
 
@@ -81,7 +78,6 @@ du::SmartPtr<qxk::Scene> SceneManager::CreateScene(const du::SmartPtr<qxk::AnnoS
             break;
         case devhost::AnnoSetDesc::SceneKind::Plain: scene = devhost::MakePlainScene(name); break;
     }
-    devhost::WorldGuard guard(devhost::WorldMutex());
     Impl(*this).AddScene(scene);
     return scene;
 }
@@ -94,7 +90,6 @@ du::SmartPtr<qxk::View> SceneManager::CreateView(const du::SmartPtr<qxk::Scene>&
                        : scene->IsATypeOf(qxk::ShapeScene::CLASS_TYPE)                       ? "shape"
                                                                                                : "document";
     du::SmartPtr<qxk::View> view = devhost::MakeView(scene, devhost::ViewKindNumber(kind), scene->GetName(), window);
-    devhost::WorldGuard guard(devhost::WorldMutex());
     Impl(*this).AddView(view);
     return view;
 }
