@@ -22,7 +22,8 @@ bool Loader::GetFileForUrl(const du::Symbol& url, const du::Symbol& source, qxlo
     std::string path;
     // Only file URLs into the world's folder can be had; anything else fails
     // as an unreachable download would.
-    const bool reachable = LocalPathOfUrl(url, path) && IsRegularFile(path);
+    const bool reachable = LocalPathOfUrl(url, path) && path.compare(0, folder_.size() + 1, folder_ + "/") == 0 &&
+                           IsRegularFile(path);
 
     std::size_t number;
     bool startNow;

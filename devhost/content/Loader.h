@@ -3,6 +3,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <tuple>
 #include <vector>
 
@@ -43,7 +44,8 @@ struct FetchRecord {
 // from the set the world has.
 class Loader final : public qxloader::Loader {
 public:
-    Loader() = default;
+    // Files are fetched from folder and from nowhere else.
+    explicit Loader(std::string folder) : folder_(std::move(folder)) {}
 
     bool GetFileForUrl(const du::Symbol& url, const du::Symbol& source, qxloader::FileEvent* event,
                        bool useCache, bool reload, const du::Symbol& user, const du::Symbol& password) override;
@@ -74,6 +76,7 @@ private:
     void Finish(std::size_t number, bool succeed);
     bool SourceCompleted(const du::Symbol& source) const;
 
+    const std::string folder_;
     mutable std::mutex mutex_;
     std::map<du::Symbol, FetchRule> rules_;
     std::map<std::tuple<du::Symbol, du::Symbol, du::Symbol>, du::SmartPtr<du::RefCounted>> modules_;

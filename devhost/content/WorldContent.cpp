@@ -16,7 +16,7 @@ const char kContentKey[] = "content";
 WorldContent::WorldContent(std::string folder)
     : folder_(std::move(folder)),
       moduleCalls_(std::make_shared<ModuleCallLog>()),
-      loader_(new Loader),
+      loader_(new Loader(folder_)),
       plugin_(new PluginHandler),
       anchor_(new Anchor(folder_)),
       emptyComponent_(new ComponentNode({})) {}

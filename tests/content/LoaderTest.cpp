@@ -48,12 +48,13 @@ protected:
         devhost::LoadContentWorldFile(folder.Path() + "/world.json");
     }
 
-    // Starts a fetch of a file source of the world's folder on the actor.
-    du::SmartPtr<NamedEvent> Fetch(const std::string& source) {
+    // Starts a fetch of a file source on the actor, of the world's folder
+    // unless a URL is given.
+    du::SmartPtr<NamedEvent> Fetch(const std::string& source, const std::string& otherUrl = "") {
         du::SmartPtr<NamedEvent> event(new NamedEvent(source, arrivals));
         actor.Manage(event);
         actor.Run([&] {
-            du::Symbol url("file://" + folder.Path() + "/" + source);
+            du::Symbol url(otherUrl.empty() ? "file://" + folder.Path() + "/" + source : otherUrl);
             EXPECT_TRUE(qxloader::Loader::GetLoader()->GetFileForUrl(url, du::Symbol(source), event.get(), true, false,
                                                                      du::Symbol::EMPTY, du::Symbol::EMPTY));
         });
@@ -84,13 +85,17 @@ TEST_F(Loader, FetchCompletesLaterOnTheEventsActorWithTheLocalPath) {
     EXPECT_EQ(folder.Path() + "/a.png", event->GetLocalPath().str());
 }
 
-TEST_F(Loader, FailingAndMissingFilesCompleteWithAnErrorAndLeaveThePath) {
+TEST_F(Loader, FailingMissingAndOutsideFilesCompleteWithAnErrorAndLeaveThePath) {
     Load(R"(, "loader": { "fetches": { "a.png": "fail" } })");
     auto failed = Fetch("a.png");
     auto missing = Fetch("nowhere.png");
-    ASSERT_TRUE(Arrived(2));
+    ctest::TempFolder elsewhere;
+    elsewhere.Write("b.png", "not the world's");
+    auto outside = Fetch("b.png", "file://" + elsewhere.Path() + "/b.png");
+    ASSERT_TRUE(Arrived(3));
     EXPECT_NE(0, failed->status);
     EXPECT_NE(0, missing->status);
+    EXPECT_NE(0, outside->status);
     EXPECT_TRUE(failed->GetLocalPath().IsNull());
     EXPECT_TRUE(missing->GetLocalPath().IsNull());
 }
