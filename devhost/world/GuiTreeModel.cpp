@@ -164,10 +164,12 @@ void TreeCore::OnTreeChange(const TreeChange& change) {
     {
         WorldGuard guard(WorldMutex());
         std::vector<InstanceNode*> touched;
-        for (const auto& node : change.removed) {
-            removed->push_back({node, node->parent});
+        for (std::size_t i = 0; i < change.removed.size(); ++i) {
+            const auto& node = change.removed[i];
+            const auto& parent = change.removedParents[i];
+            removed->push_back({node, parent});
             sent.erase(node.get());
-            if (node->parent) touched.push_back(node->parent);
+            if (parent) touched.push_back(parent.get());
         }
         for (const auto& node : change.added) {
             added->push_back({node, node->parent});

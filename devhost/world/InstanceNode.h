@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "du/SmartPtr.h"
@@ -19,7 +20,7 @@ enum class ProxyOutcome {
     Never    // the read never answers on its own
 };
 
-// Whether a read finishes on the host's own (on a worker thread) or waits
+// Whether a read finishes by itself (on the host's worker thread) or waits
 // until a test releases it.
 enum class ProxyCompletion { Auto, Manual };
 
@@ -35,10 +36,13 @@ struct ProxyInfo {
 
 // An instance of the devhost's structure. Everything in it is guarded by
 // the world lock. Instances of an unread branch already have their parent
-// (the proxy), so their idpath is valid, but belong to no tree.
+// (the proxy), so their idpath is valid, but belong to no tree. A parent
+// holds its children, not the other way round: an instance that loses its
+// parent (taken out of the tree, or outliving it) keeps the idpath it had.
 class InstanceNode : public qxk::Instance {
 public:
     InstanceNode(std::uint64_t uid, const du::Symbol& name) : uid(uid), name(name) {}
+    ~InstanceNode() override;
 
     const std::uint64_t uid;
     const du::Symbol name;
@@ -48,8 +52,11 @@ public:
     std::unique_ptr<ProxyInfo> proxy;    // null for an ordinary instance
     int visibilityOverride = 0;          // 1..9 forces the tree's visibility state
     du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
+    std::string formerPath;  // the idpath it had, once it has no parent any more
 
     std::string IdPath() const;  // under the world lock
+    // Lets go of the parent, keeping the idpath. Under the world lock.
+    void LeaveParent();
 };
 
 inline InstanceNode& Node(qxk::BaseInstance& instance) { return static_cast<InstanceNode&>(instance); }
@@ -57,7 +64,8 @@ inline const InstanceNode& Node(const qxk::BaseInstance& instance) {
     return static_cast<const InstanceNode&>(instance);
 }
 
-// Instance ids are unique in the process; explicit ids move the counter on.
+// Fresh instance ids come from one counter of the process; explicit ids
+// move it on.
 std::uint64_t NextInstanceId();
 void ReserveInstanceId(std::uint64_t id);
 

@@ -49,6 +49,7 @@ void TreeModel::Unindex(InstanceNode& node, TreeChange& change) {
         index_.erase(Key{current->parent, current->name});
         --count;
         change.removed.emplace_back(current);
+        change.removedParents.emplace_back(current->parent);
         for (auto it = current->children.rbegin(); it != current->children.rend(); ++it) stack.push_back(it->get());
     }
 }
@@ -75,6 +76,7 @@ void TreeModel::Detach(InstanceNode& node, TreeChange& change) {
     auto& siblings = node.parent ? node.parent->children : roots;
     auto it = std::find_if(siblings.begin(), siblings.end(), [&](const auto& p) { return p.get() == &node; });
     if (it != siblings.end()) siblings.erase(it);
+    node.LeaveParent();
 }
 
 InstanceNode* TreeModel::Child(const InstanceNode* parent, const du::Symbol& name) const {

@@ -14,6 +14,7 @@ namespace devhost {
 // it, each branch in parent-before-child order. cleared: the tree is gone.
 struct TreeChange {
     std::vector<du::SmartPtr<InstanceNode>> removed;
+    std::vector<du::SmartPtr<InstanceNode>> removedParents;  // the parent each had, null for a root
     std::vector<du::SmartPtr<InstanceNode>> added;
     bool cleared = false;
 };

@@ -30,12 +30,27 @@ void ReserveInstanceId(std::uint64_t id) {
 std::string InstanceNode::IdPath() const {
     std::vector<const InstanceNode*> chain;
     for (const InstanceNode* n = this; n; n = n->parent) chain.push_back(n);
-    std::string path;
-    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
-        if (!path.empty()) path += '/';
+    const InstanceNode* top = chain.back();
+    std::string path = top->formerPath.empty() ? top->name.safe_c_str() : top->formerPath;
+    for (auto it = chain.rbegin() + 1; it != chain.rend(); ++it) {
+        path += '/';
         path += (*it)->name.safe_c_str();
     }
     return path;
+}
+
+void InstanceNode::LeaveParent() {
+    if (!parent) return;
+    formerPath = IdPath();
+    parent = nullptr;
+}
+
+InstanceNode::~InstanceNode() {
+    // Children that outlive this instance keep their idpaths; a child that
+    // dies with it needs its path only for children of its own.
+    WorldGuard guard(WorldMutex());
+    for (const auto& child : children)
+        if (child->GetReferenceCount() > 1 || !child->children.empty()) child->LeaveParent();
 }
 
 WorldModel::WorldModel(const std::string& actorName)

@@ -154,11 +154,17 @@ TEST(WorldFile, AWorldCanComeLaterAndGo) {
     ASSERT_TRUE(devhost::AddInstanceAt("r", "k"));
     EXPECT_FALSE(devhost::AddInstanceAt("r", "k")) << "a taken name";
     EXPECT_FALSE(devhost::AddInstanceAt("nowhere", "k"));
-    EXPECT_TRUE(qxk::World::GetWorld()->tree->FindInstance("r/k"));
+    auto k = qxk::World::GetWorld()->tree->FindInstance("r/k");
+    ASSERT_TRUE(k);
+    ASSERT_TRUE(devhost::AddInstanceAt("", "s"));
+    auto t = du::SmartPtr<qxk::BaseInstance>(devhost::AddInstanceAt("s", "t"));
     EXPECT_TRUE(devhost::RemoveInstanceAt("r"));
     EXPECT_FALSE(qxk::World::GetWorld()->tree->FindInstance("r/k"));
+    EXPECT_EQ(k->GetIdPath(), "r/k") << "a removed instance keeps its idpath when its parent has gone";
+    EXPECT_FALSE(k->GetParent());
     devhost::DropWorld();
     EXPECT_FALSE(qxk::World::GetWorld());
+    EXPECT_EQ(t->GetIdPath(), "s/t") << "and so does one that outlives its world";
 }
 
 TEST(WorldFile, ReadsFromDisk) {
