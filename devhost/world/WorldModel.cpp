@@ -49,8 +49,12 @@ InstanceNode::~InstanceNode() {
     // Children that outlive this instance keep their idpaths; a child that
     // dies with it needs its path only for children of its own.
     WorldGuard guard(WorldMutex());
-    for (const auto& child : children)
-        if (child->GetReferenceCount() > 1 || !child->children.empty()) child->LeaveParent();
+    auto release = [](const std::vector<du::SmartPtr<InstanceNode>>& nodes) {
+        for (const auto& child : nodes)
+            if (child->GetReferenceCount() > 1 || !child->children.empty() || child->proxy) child->LeaveParent();
+    };
+    release(children);
+    if (proxy) release(proxy->branch);
 }
 
 WorldModel::WorldModel(const std::string& actorName)
