@@ -150,12 +150,13 @@ du::SmartPtr<qxk::View> SceneManager::GetActiveView() {
     return devhost::ManagerImpl(*this).active;
 }
 
-bool SceneManager::SetActiveView(const du::SmartPtr<qxk::View>& view, bool) {
+bool SceneManager::SetActiveView(const du::SmartPtr<qxk::View>& view, bool notify) {
     if (devhost::HitFault("qxkapp::SceneManager::SetActiveView")) return false;
     {
         devhost::WorldGuard guard(devhost::WorldMutex());
         auto& self = devhost::ManagerImpl(*this);
         if (view && std::find(self.views.begin(), self.views.end(), view) == self.views.end()) return false;
+        self.activeNotified = notify;
         if (self.active == view) return true;
         self.active = view;
     }

@@ -17,6 +17,7 @@ public:
     std::vector<du::SmartPtr<qxk::Scene>> scenes;
     std::vector<du::SmartPtr<qxk::View>> views;
     du::SmartPtr<qxk::View> active;
+    bool activeNotified = false;  // the notify flag of the last SetActiveView
     bool crossSelection = false;
     du::SmartPtr<qxk::View> crossSelectionLead;
     unsigned int crossSelectionEnables = 0;

@@ -23,8 +23,10 @@ class SceneManager : public virtual du::RefCounted {
 public:
     // The active view, or null.
     du::SmartPtr<qxk::View> GetActiveView();
-    // Makes a view of this manager active; notify tells the viewer's own
-    // listeners. False for a view that the manager does not hold.
+    // Makes a view of this manager active, or none with null; tree models
+    // follow it. notify also tells the viewer's window frame, which the
+    // development host only records. False for a view that the manager does
+    // not hold.
     bool SetActiveView(const du::SmartPtr<qxk::View>& view, bool notify);
     std::vector<du::SmartPtr<qxk::Scene>> GetScenes();
     std::vector<du::SmartPtr<qxk::View>> GetViews();

@@ -155,7 +155,11 @@ TEST_F(Scenes, TheApplicationSwitchesViewsAndCrossSelection) {
     qxkapp::QxkApp::Get()->GetWorld(world);
     EXPECT_EQ(world, qxk::World::GetWorld());
     auto sheet = devhost::FindViewNamed("sheet");
-    EXPECT_TRUE(manager->SetActiveView(sheet, true));
+    EXPECT_TRUE(manager->SetActiveView(sheet, false));
+    EXPECT_EQ(manager->GetActiveView(), sheet);
+    EXPECT_FALSE(devhost::CurrentSceneManager()->activeNotified);
+    auto stray = devhost::MakeView(nullptr, 0x4b, "stray", nullptr);
+    EXPECT_FALSE(manager->SetActiveView(stray, true)) << "a view that the manager does not hold";
     EXPECT_EQ(manager->GetActiveView(), sheet);
     EXPECT_TRUE(devhost::ActivateView(""));
     EXPECT_FALSE(manager->GetActiveView());
