@@ -53,7 +53,9 @@ TEST_F(Scenes, UpdateGroupsNestAndTellObserversOnceAtTheOutermostEnd) {
     scene->EndUpdateGroup();
     scene->AddShapeInstance(Find("a/sub/q1"), qxk::ShapeScene::AM_Hidden);
     EXPECT_EQ(told, 0);
+    EXPECT_TRUE(scene->IsInUpdateGroup());
     scene->EndUpdateGroup();
+    EXPECT_FALSE(scene->IsInUpdateGroup());
     EXPECT_EQ(told, 1);
     EXPECT_EQ(changed, 2u);
     scene->BeginUpdateGroup();
@@ -147,6 +149,8 @@ TEST_F(Scenes, ViewsRecordZoomsAndCommands) {
     du::SmartPtr<qxk::Scene> sheets;
     sheet->GetScene(sheets);
     EXPECT_FALSE(du::DynamicCast<qxk::ShapeScene>(sheets));
+    EXPECT_EQ(sheets->GetNumViews(), 3u);
+    EXPECT_EQ(sheets->GetView(2)->GetClassNumber(), 0x4eu);
 }
 
 TEST_F(Scenes, TheApplicationSwitchesViewsAndCrossSelection) {

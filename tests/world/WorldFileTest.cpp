@@ -17,6 +17,7 @@
 #include "qxk/ShapeView.h"
 #include "qxk/Structure.h"
 #include "qxk/Tree.h"
+#include "qxk/Window.h"
 #include "qxk/World.h"
 #include "qxkapp/QxkApp.h"
 #include "qxkapp/SceneManager.h"
@@ -100,6 +101,18 @@ TEST(WorldFile, BuildsStructureScenesViewsAndMessages) {
     EXPECT_TRUE(ecad->IsATypeOf(qxk::ClassType(0x4e)));
     EXPECT_FALSE(ecad->IsATypeOf(qxk::ClassType(0x4b)));
 
+    std::vector<du::SmartPtr<qxk::Instance>> roots;
+    world->tree->GetRoots(roots);
+    ASSERT_EQ(roots.size(), 1u);
+    std::vector<du::SmartPtr<qxk::BaseInstance>> children;
+    roots[0]->GetChildren(children);
+    ASSERT_EQ(children.size(), 7u);
+    EXPECT_EQ(children[2]->GetName(), "sub");
+    EXPECT_EQ(world->window->GetTitle(), "small");
+
+    std::vector<du::SmartPtr<qxk::Structure>> structures;
+    world->rootContainer->GetStructures(structures);
+    EXPECT_EQ(structures.size(), 1u);
     du::SmartPtr<qxk::Structure> primary;
     ASSERT_TRUE(world->rootContainer->GetPrimaryStructure(primary));
     EXPECT_EQ(primary->GetName(), "structure");
