@@ -105,6 +105,9 @@ ProxyCompletion Completion(const Value& value, const std::string& place) {
 
 class FileReader {
 public:
+    // Deeper structures are refused rather than read by deep recursion.
+    static constexpr unsigned int kMaxDepth = 1000;
+
     explicit FileReader(WorldBuilder& builder) : builder_(builder) {}
 
     void Read(const Value& root) {
@@ -146,7 +149,8 @@ public:
     }
 
 private:
-    void Node(const Value& node, InstanceNode* parent, const std::string& place) {
+    void Node(const Value& node, InstanceNode* parent, const std::string& place, unsigned int depth = 0) {
+        if (depth >= kMaxDepth) FailAt(place, "the structure is deeper than " + std::to_string(kMaxDepth) + " levels");
         Object(node, place);
         OnlyKeys(node, place, {"name", "uid", "children", "proxy"});
         std::string name = Text(Need(node, "name", place), At(place, "name"));
@@ -174,15 +178,15 @@ private:
             if (const Value* c = Optional(*proxy, "completion")) completion = Completion(*c, At(at, "completion"));
             builder_.MakeProxy(*made, outcome, completion);
             children = Optional(*proxy, "children");
-            if (children) Children(*children, made, At(at, "children"));
+            if (children) Children(*children, made, At(at, "children"), depth + 1);
             return;
         }
-        if (children) Children(*children, made, At(place, "children"));
+        if (children) Children(*children, made, At(place, "children"), depth + 1);
     }
 
-    void Children(const Value& children, InstanceNode* parent, const std::string& place) {
+    void Children(const Value& children, InstanceNode* parent, const std::string& place, unsigned int depth) {
         Array(children, place);
-        for (rapidjson::SizeType i = 0; i < children.Size(); ++i) Node(children[i], parent, At(place, i));
+        for (rapidjson::SizeType i = 0; i < children.Size(); ++i) Node(children[i], parent, At(place, i), depth);
     }
 
     void Scene(const Value& scene, const std::string& place) {
@@ -319,7 +323,8 @@ void UnregisterWorldSection(const std::string& name) {
 du::SmartPtr<WorldModel> LoadWorldText(const std::string& text, const std::string& origin) {
     try {
         rapidjson::Document document;
-        document.Parse(text.c_str(), text.size());
+        // Iterative, so that a deeply nested file cannot exhaust the stack.
+        document.Parse<rapidjson::kParseIterativeFlag>(text.c_str(), text.size());
         if (document.HasParseError())
             throw WorldFileError("at " + LineAndColumn(text, document.GetErrorOffset()) + ": " +
                                  rapidjson::GetParseError_En(document.GetParseError()));

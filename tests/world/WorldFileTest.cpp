@@ -225,6 +225,13 @@ TEST(WorldFile, WrongFilesNameThePlace) {
     EXPECT_EQ(LoadError(R"({"structure": [], "gadgets": 1})"), "w.json: at /gadgets: unknown section \"gadgets\"");
     EXPECT_EQ(LoadError(R"({"structure": [], "messages": {"r": {"k": 1}}})"),
               "w.json: at /messages/r/k: expected a string");
+    std::string deep;
+    for (int i = 0; i < 1001; ++i) deep += R"({"name": "n", "children": [)";
+    deep += "]}";
+    for (int i = 0; i < 1000; ++i) deep += "]}";
+    std::string error = LoadError(R"({"structure": [)" + deep + "]}");
+    EXPECT_NE(error.find("the structure is deeper than 1000 levels"), std::string::npos) << error;
+    EXPECT_NE(LoadError(std::string(100000, '[')).find("w.json: at line 1"), std::string::npos);
     EXPECT_FALSE(qxk::World::GetWorld()) << "nothing is published from a wrong file";
 }
 
