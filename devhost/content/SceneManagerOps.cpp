@@ -16,10 +16,6 @@
 
 namespace {
 
-devhost::SceneManagerImpl& Impl(qxkapp::SceneManager& manager) {
-    return static_cast<devhost::SceneManagerImpl&>(manager);
-}
-
 const devhost::AnnoSetDesc* DescOf(const du::SmartPtr<qxk::AnnoSetTableEntry>& entry) {
     const auto* own = dynamic_cast<const devhost::AnnoSetTableEntry*>(entry.get());
     return own ? &own->GetDesc() : nullptr;
@@ -55,12 +51,12 @@ namespace qxkapp {
 
 void SceneManager::RemoveAllViews(const du::SmartPtr<qxk::Scene>& scene) {
     if (devhost::HitFault("qxkapp::SceneManager::RemoveAllViews")) return;
-    Impl(*this).RemoveViews(scene);
+    devhost::ManagerImpl(*this).RemoveViews(scene);
 }
 
 void SceneManager::RemoveAllScenes() {
     if (devhost::HitFault("qxkapp::SceneManager::RemoveAllScenes")) return;
-    Impl(*this).RemoveScenes();
+    devhost::ManagerImpl(*this).RemoveScenes();
 }
 
 du::SmartPtr<qxk::Scene> SceneManager::CreateScene(const du::SmartPtr<qxk::AnnoSetTableEntry>& entry,
@@ -78,7 +74,7 @@ du::SmartPtr<qxk::Scene> SceneManager::CreateScene(const du::SmartPtr<qxk::AnnoS
             break;
         case devhost::AnnoSetDesc::SceneKind::Plain: scene = devhost::MakePlainScene(name); break;
     }
-    Impl(*this).AddScene(scene);
+    devhost::ManagerImpl(*this).AddScene(scene);
     return scene;
 }
 
@@ -90,7 +86,7 @@ du::SmartPtr<qxk::View> SceneManager::CreateView(const du::SmartPtr<qxk::Scene>&
                        : scene->IsATypeOf(qxk::ShapeScene::CLASS_TYPE)                       ? "shape"
                                                                                                : "document";
     du::SmartPtr<qxk::View> view = devhost::MakeView(scene, devhost::ViewKindNumber(kind), scene->GetName(), window);
-    Impl(*this).AddView(view);
+    devhost::ManagerImpl(*this).AddView(view);
     return view;
 }
 

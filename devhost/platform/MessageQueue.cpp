@@ -33,10 +33,13 @@ bool QueueCore::Take(QueueItem& item) {
             return true;
         }
         if (shutdown) return false;
-        if (timers.empty())
+        if (timers.empty()) {
             wake.wait(hold);
-        else
-            wake.wait_until(hold, timers.begin()->first);
+        } else {
+            // A copy: the timer may be cancelled, and its entry erased, while we wait.
+            const std::chrono::steady_clock::time_point due = timers.begin()->first;
+            wake.wait_until(hold, due);
+        }
     }
 }
 

@@ -4,6 +4,7 @@
 #include "du/SmartPtr.h"
 #include "qxk/GeomOverride.h"
 #include "qxk/Object.h"
+#include "qxk/Operation.h"
 
 namespace qxg {
 class Markup;
@@ -14,7 +15,6 @@ namespace qxk {
 class Instance;
 class ShapeScene;
 class Shape;
-class Operation;
 
 // An instance as shown in one shape scene.
 class ShapeInstance : public Object {
