@@ -59,7 +59,7 @@ public:
 
     bool IsManaged() const;
 
-    struct Binding;  // the devhost's record of where this object lives
+    struct Binding;  // where this object lives; private to the messaging layer
     Binding& GetBinding() const { return *binding_; }
 
 private:

@@ -23,7 +23,7 @@ public:
     bool NeedsReply() const;
     std::size_t GetValueCount() const;
 
-    struct Content;  // the devhost's layout of a message
+    struct Content;  // private to the messaging layer
     Content& GetContent() const { return *content_; }
 
 private:

@@ -24,7 +24,7 @@ public:
     virtual void ShutdownQueue(ShutdownMode mode);
     bool IsShutdown() const;
 
-    struct State;  // the devhost's queue
+    struct State;  // private to the messaging layer
     State& GetState() const { return *state_; }
 
 private:

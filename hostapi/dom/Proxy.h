@@ -45,7 +45,7 @@ public:
     // signatures. Host 0 is this host.
     const std::vector<int>& GetRebindTableForHost(unsigned int host) const;
 
-    struct Tables;  // the devhost's cache of rebind tables
+    struct Tables;  // cached rebind tables; private to the messaging layer
 
 private:
     Tables* tables_;
