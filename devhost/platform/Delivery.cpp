@@ -18,7 +18,12 @@ void ServeMessage(QueueCore& queue, const dom::MessagePtr& message) {
     const bool request = content.needsReply;
     du::SmartPtr<dom::ManagedObject> target = FindBoundObject(content.target, &queue);
     if (!target) {
-        if (request)
+        // A queue closed from another thread lets its objects go while the
+        // loop still holds the request it took last: that sender learns of
+        // the shutdown like those whose requests were still queued.
+        if (request && queue.IsShutdown())
+            content.Settle(Outcome::ActorShutdown, "The actor's queue was shut down before the request was served");
+        else if (request)
             content.Settle(Outcome::InvalidActor,
                            "Object " + std::to_string(content.target) + " was let go by its actor");
         return;

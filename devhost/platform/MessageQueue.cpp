@@ -85,6 +85,11 @@ bool QueueCore::IsLoopThread() {
     return looping && loopThread == std::this_thread::get_id();
 }
 
+bool QueueCore::IsShutdown() {
+    std::lock_guard<std::mutex> hold(mutex);
+    return shutdown;
+}
+
 }  // namespace devhost
 
 namespace dom {
@@ -118,10 +123,7 @@ void MessageQueue::ShutdownQueue(ShutdownMode mode) {
     if (idle) core.Close();
 }
 
-bool MessageQueue::IsShutdown() const {
-    std::lock_guard<std::mutex> hold(state_->core->mutex);
-    return state_->core->shutdown;
-}
+bool MessageQueue::IsShutdown() const { return state_->core->IsShutdown(); }
 
 GenericMessageQueue::GenericMessageQueue() = default;
 GenericMessageQueue::~GenericMessageQueue() = default;

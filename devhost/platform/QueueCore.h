@@ -59,6 +59,7 @@ struct QueueCore {
     static void FailUnserved(std::deque<QueueItem>& dropped);
     // True when called on the thread that runs this queue's loop.
     bool IsLoopThread();
+    bool IsShutdown();
 };
 
 }  // namespace devhost

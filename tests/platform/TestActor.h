@@ -11,7 +11,7 @@
 namespace ptest {
 
 // Serves one object's new queue on a thread of its own, as an actor does,
-// and shuts it down at the end of the test.
+// and shuts it down at the end of the test unless the test let go of it.
 class TestActor {
 public:
     TestActor(const du::SmartPtr<dom::ManagedObject>& object, const char* name)
@@ -19,7 +19,7 @@ public:
         object->ManageSelf(queue, du::Symbol(name), dom::ManagedObject::SCOPE_Global);
     }
     ~TestActor() {
-        queue->ShutdownQueue(dom::MessageQueue::SM_Immediate);
+        if (queue) queue->ShutdownQueue(dom::MessageQueue::SM_Immediate);
         Join();
     }
 

@@ -58,6 +58,10 @@ TEST(Thread, StartWaitsForStartupAndRunsEachHookOnceOnTheNewThread) {
     EXPECT_STREQ(thread.name, "recorder");
 }
 
+// The C library may hand a new thread a cached stack of up to four times the
+// size asked for. No thread of this suite leaves one within four times the
+// actor's 512 KiB, so that stack has exactly its size; a larger request may
+// be met by a cached default stack and is only known to be large enough.
 TEST(Thread, RequestedStackSizeIsApplied) {
     Recorder small(0x80000);
     ASSERT_TRUE(small.Start(false));
@@ -69,7 +73,6 @@ TEST(Thread, RequestedStackSizeIsApplied) {
     ASSERT_TRUE(large.Start(true));
     large.WaitForThreadToTerminate();
     EXPECT_GE(large.stackSize, 0x400000u);
-    EXPECT_LT(large.stackSize, 0x500000u);
 }
 
 TEST(Thread, AFailedStartRunsNothingAndWaitReturns) {
