@@ -9,8 +9,9 @@ namespace devhost {
 
 // Runs task on the actor thread that serves object's queue, in order with
 // its messages. False, and the task is not run, when the object is not
-// managed or its queue is shut down. An exception from the task ends that
-// actor's loop just as one from a message handler does.
+// managed or its queue is shut down; a task still queued when the queue
+// shuts down is dropped unrun. An exception from the task ends that actor's
+// loop just as one from a message handler does.
 bool PostTask(const du::SmartPtr<dom::ManagedObject>& object, std::function<void()> task);
 
 }  // namespace devhost

@@ -57,18 +57,18 @@ void Deliver(const dom::MessagePtr& message) {
         if (content.needsReply) throw dom::ConnectionLostException("The connection to the receiver was lost");
         return;
     }
-    BoundObject target = ResolveTarget(content.target);
+    std::shared_ptr<QueueCore> queue = ResolveTarget(content.target);
     const bool request = content.needsReply;
     if (request && !content.BeginRequest())
         throw dom::MessageProtocolException("The message was delivered again while awaiting its reply");
     // The caller's own actor cannot take the request from its queue while
     // the caller waits, so it is served here and now.
-    if (request && target.queue->IsLoopThread()) {
-        ServeMessage(*target.queue, message);
+    if (request && queue->IsLoopThread()) {
+        ServeMessage(*queue, message);
         content.Await();
         return;
     }
-    if (!target.queue->Post(QueueItem{message, {}})) {
+    if (!queue->Post(QueueItem{message, {}})) {
         const char* text = "The target actor's queue has been shut down";
         if (request) content.Settle(Outcome::ActorShutdown, text);
         throw dom::ActorShutdownException(text);

@@ -13,14 +13,14 @@ ObjectRegistry& ObjectRegistry::Get() {
     return *registry;
 }
 
-BoundObject ResolveTarget(unsigned long long id) {
+std::shared_ptr<QueueCore> ResolveTarget(unsigned long long id) {
     ObjectRegistry& registry = ObjectRegistry::Get();
     std::lock_guard<std::mutex> hold(registry.mutex);
     auto found = registry.objects.find(id);
     if (found == registry.objects.end())
         throw dom::InvalidActorException("No object " + std::to_string(id) + " exists to take the message");
     dom::ManagedObject::Binding& binding = found->second->GetBinding();
-    if (binding.bound) return BoundObject{du::SmartPtr<dom::ManagedObject>(found->second), binding.queue};
+    if (binding.bound) return binding.queue;
     if (binding.queue)
         throw dom::ActorShutdownException("The actor of object " + std::to_string(id) + " has been shut down");
     throw dom::InvalidActorException("Object " + std::to_string(id) + " is not managed by any actor");

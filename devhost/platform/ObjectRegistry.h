@@ -40,15 +40,12 @@ struct ObjectRegistry {
     static ObjectRegistry& Get();
 };
 
-struct BoundObject {
-    du::SmartPtr<dom::ManagedObject> object;
-    std::shared_ptr<QueueCore> queue;
-};
-
-// The managed object with this id and its queue. Throws
+// The queue of the managed object with this id. Throws
 // dom::InvalidActorException when there is no such managed object, and
-// dom::ActorShutdownException when its queue has been shut down.
-BoundObject ResolveTarget(unsigned long long id);
+// dom::ActorShutdownException when its queue has been shut down. No
+// reference to the object is taken: a sender must never end up holding the
+// last one, or the object would die on the sender's thread, not its actor's.
+std::shared_ptr<QueueCore> ResolveTarget(unsigned long long id);
 
 // The object with this id if it is managed (on the given queue, when one is
 // given), else null.

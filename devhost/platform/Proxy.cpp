@@ -68,6 +68,17 @@ const std::vector<int>& ProxyFactory::GetRebindTableForHost(unsigned int host) c
 
 namespace devhost {
 
+namespace {
+
+// Made the way factories make theirs, so that a heap that cannot give
+// memory fails the decoding instead of throwing through the reader.
+dom::ProxyObject* MakeUntypedProxy(short table) {
+    void* memory = du::CommonAllocatorImpl::Allocate(sizeof(dom::ProxyObject));
+    return memory ? new (memory) dom::ProxyObject(table, std::vector<int>()) : nullptr;
+}
+
+}  // namespace
+
 bool MakeProxy(const HandleValue& handle, const du::Symbol& interfaceName, du::SmartPtr<dom::ManagedObject>& proxy) {
     dom::ProxyFactory* factory = dom::ProxyFactoryMap::Instance().FindFactory(interfaceName);
     if (!factory) return false;
@@ -75,7 +86,7 @@ bool MakeProxy(const HandleValue& handle, const du::Symbol& interfaceName, du::S
     const bool typed = !target || target->BaseClassOffsetByName(interfaceName) >= 0;
     target.reset();
     du::SmartPtr<dom::ManagedObject> made(typed ? factory->CreateProxy(static_cast<unsigned short>(handle.table), handle.host)
-                                                : new dom::ProxyObject(handle.table, std::vector<int>()));
+                                                : MakeUntypedProxy(handle.table));
     if (!made) return false;
     {
         std::lock_guard<std::mutex> hold(ObjectRegistry::Get().mutex);

@@ -2,6 +2,7 @@
 
 #include "CounterInterface.h"
 #include "TestActor.h"
+#include "devhost/platform/Faults.h"
 #include "devhost/platform/PeerHosts.h"
 #include "devhost/platform/RawMessages.h"
 #include "dom/Exceptions.h"
@@ -103,6 +104,17 @@ TEST_F(Handles, ATargetWithoutTheInterfaceGivesAnUntypedProxy) {
     ASSERT_TRUE(decoded);
     EXPECT_NE(dynamic_cast<dom::ProxyObject*>(decoded.get()), nullptr);
     EXPECT_FALSE(du::DynamicCast<ptest::Counter>(decoded));
+
+    // A proxy that cannot be made fails the read, typed or not, without a throw.
+    for (const du::SmartPtr<dom::ManagedObject>& target : {du::SmartPtr<dom::ManagedObject>(plain),
+                                                           du::SmartPtr<dom::ManagedObject>(server)}) {
+        dom::MessagePtr again = MessageWithHandle(server, target, 0);
+        dom::MessageReader againReader(again);
+        devhost::ArmFault("du::CommonAllocatorImpl::Allocate", {devhost::FaultKind::Fail, "", 1});
+        EXPECT_FALSE(dom::Helper(server).GetHandleValue(decoded, ptest::kCounterName, againReader));
+        EXPECT_EQ(againReader.GetPosition(), 0u);
+        EXPECT_TRUE(dom::Helper(server).GetHandleValue(decoded, ptest::kCounterName, againReader));
+    }
 }
 
 TEST_F(Handles, ProxiesToAVanishedObjectFailAsInvalidActors) {

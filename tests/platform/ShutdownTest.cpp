@@ -9,6 +9,7 @@
 #include "devhost/platform/QueueCore.h"
 #include "devhost/platform/RawMessages.h"
 #include "dom/Exceptions.h"
+#include "dom/MessageWriter.h"
 
 namespace {
 
@@ -149,4 +150,43 @@ TEST(Shutdown, ObjectsBoundToAQueueThatNobodyHoldsAreLetGo) {
     }
     EXPECT_FALSE(server->IsManaged());
     EXPECT_EQ(server->GetReferenceCount(), 1);
+}
+
+TEST(Shutdown, AnObjectLetGoAndFreedWhileItsRequestsAreQueuedFailsThemAsAnInvalidActor) {
+    du::SmartPtr<ptest::CounterServer> server(new ptest::CounterServer);
+    ptest::TestActor actor(server, "Shutdown.LetGo");
+    actor.Start();
+    bool freed = false;
+    struct Mortal : ptest::CounterServer {
+        explicit Mortal(bool* freed) : freed(freed) {}
+        ~Mortal() override { *freed = true; }
+        bool* freed;
+    };
+    du::SmartPtr<Mortal> second(new Mortal(&freed));
+    ASSERT_TRUE(server->ManageObject(second));
+
+    {
+        Blocker blocker(*server);
+        // The message names the object by id only, and holds no reference to it.
+        dom::MessageWriter writer = second->StartNewMessage(0);
+        writer.PushInt32Value(1);
+        writer.MarkNeedsReplyFlag();
+        dom::MessagePtr request = writer.FinaliseMessage();
+        std::future<std::string> outcome = std::async(std::launch::async, [request, sender = server] {
+            try {
+                sender->DeliverMessage(request);
+                return std::string("served");
+            } catch (const dom::InvalidActorException&) {
+                return std::string("invalid actor");
+            }
+        });
+        while (QueuedItems(actor.queue) < 1) std::this_thread::yield();
+        EXPECT_TRUE(server->UnmanageObject(second));
+        second = nullptr;
+        EXPECT_TRUE(freed);
+        blocker.release.set_value();
+        // Once the request is answered the actor has left the blocker.
+        EXPECT_EQ(outcome.get(), "invalid actor");
+    }
+    EXPECT_EQ(server->served.load(), 1);
 }
