@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "dom/Helper.h"
@@ -65,13 +66,15 @@ struct WireValue<const std::vector<du::Symbol>&> {
         for (const du::Symbol& value : values) writer.PushStringValue(value);
     }
     // The count only sizes the vector; a message that holds fewer strings
-    // fails at the first missing one.
+    // fails at the first missing one. The vector grows with the strings
+    // read, so a count that the message cannot back allocates nothing.
     static bool Read(dom::MessageReader& reader, const std::optional<dom::Helper>&, std::vector<du::Symbol>& values) {
         unsigned int count = 0;
         if (!reader.GetUInt32Value(count)) return false;
-        values.resize(count);
-        for (du::Symbol& value : values) {
+        for (unsigned int read = 0; read < count; ++read) {
+            du::Symbol value;
             if (!reader.GetStringValue(value)) return false;
+            values.push_back(std::move(value));
         }
         return true;
     }

@@ -87,6 +87,14 @@ TEST_F(DispatchTest, SequenceShorterThanItsCountRunsNothing) {
                    "Unexpected tag offset 1for interface \"webapi::WebApiModuleLocalImpl\".\n");
 }
 
+// A count that the message cannot back is a short message like any other:
+// it must neither exhaust memory nor end the actor.
+TEST_F(DispatchTest, HugeSequenceCountIsAShortMessage) {
+    ExpectRejected(1, {std::uint32_t{0xFFFFFFFFu}, du::Symbol("a"), du::Symbol("b")},
+                   "Unexpected tag offset 1for interface \"webapi::WebApiModuleLocalImpl\".\n");
+    EXPECT_EQ(Send(0, {}), "S:selection");
+}
+
 TEST_F(DispatchTest, SequenceIsDecodedInOrderThenTheRest) {
     EXPECT_EQ(Send(1, {std::uint32_t{2}, du::Symbol("a"), du::Symbol("b"), true, du::Symbol("00ff00")}), "");
     EXPECT_EQ(Send(1, {std::uint32_t{0}, false, du::Symbol("1")}), "");
