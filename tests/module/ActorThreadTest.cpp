@@ -48,6 +48,8 @@ protected:
 
 TEST_F(ActorThreadTest, OrderlyEndWritesTheShutdownLineOnce) {
     auto host = std::make_unique<RecordingHost>("web", "api");
+    EXPECT_STREQ(host->GetName(), "api");
+    EXPECT_EQ(host->GetStackSize(), 0x80000u);
     ASSERT_TRUE(host->Start(true));
     EXPECT_EQ(host->GetActorName(), "WebApiModuleThread-");
     EXPECT_EQ(devhost::SendRawMessage(FindModule(*host), 0, 3, {}, true)->GetValueCount(), 0u);
@@ -118,6 +120,56 @@ TEST_F(ActorThreadTest, FailedStartupSkipsTheLoop) {
     EXPECT_EQ(entries[0].type, 3);
     EXPECT_EQ(entries[0].text, "Actor WebApiModuleThread- got a standard exception:- std::bad_alloc\n");
     ExpectShutdownLine(entries[1], "00000000");
+}
+
+struct StartupFault {
+    devhost::FaultKind kind;
+    int type;
+    std::string entry;
+};
+
+class ActorStartupFaultTest : public ActorThreadTest, public ::testing::WithParamInterface<StartupFault> {};
+
+// A start-up that fails once the queue is made: the clause's entry, no loop,
+// and the thread itself lets go of the queue it made, so the shutdown line
+// shows it and the destructor has nothing to shut down.
+TEST_P(ActorStartupFaultTest, FailureAfterTheQueueIsMadeSkipsTheLoop) {
+    auto host = std::make_unique<RecordingHost>("web", "api");
+    devhost::ArmFault("dom::ManagedObject::ManageSelf", devhost::Fault{GetParam().kind, "not bound", 1});
+    ASSERT_TRUE(host->Start(true));
+    devhost::DisarmAllFaults();
+    du::SmartPtr<dom::ManagedObject> module;
+    EXPECT_FALSE(dom::ManagedObject::FindActor(host->GetActorName(), du::Symbol("webapi::WebApiModule"), module));
+    host.reset();
+
+    const auto entries = ActorEntries();
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].type, GetParam().type);
+    EXPECT_EQ(entries[0].text, GetParam().entry);
+    ExpectShutdownLine(entries[1], "[0-9a-f]{8}");
+    EXPECT_EQ(entries[1].text.find("0x00000000"), std::string::npos) << entries[1].text;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryClause, ActorStartupFaultTest,
+    ::testing::Values(
+        StartupFault{devhost::FaultKind::ThrowActorShutdown, 0, "Got a ActorShutdownException:-\n\tnot bound\n"},
+        StartupFault{devhost::FaultKind::ThrowConnectionLost, 3,
+                     "Actor WebApiModuleThread- got a standard exception:- not bound\n"},
+        StartupFault{devhost::FaultKind::ThrowUnknown, 3, "Actor WebApiModuleThread- got an unexpected exception.\n"}));
+
+// A refused binding is not noticed: the loop is entered and ends at once on
+// a queue that serves nothing, and the end is the orderly one.
+TEST_F(ActorThreadTest, RefusedBindingIsNotNoticed) {
+    auto host = std::make_unique<RecordingHost>("web", "api");
+    devhost::ArmFault("dom::ManagedObject::ManageSelf", devhost::Fault{devhost::FaultKind::Fail, "", 1});
+    ASSERT_TRUE(host->Start(true));
+    devhost::DisarmAllFaults();
+    host.reset();
+
+    const auto entries = ActorEntries();
+    ASSERT_EQ(entries.size(), 1u);
+    ExpectShutdownLine(entries[0], "[0-9a-f]{8}");
 }
 
 }  // namespace

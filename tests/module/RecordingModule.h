@@ -8,6 +8,7 @@
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
 #include "host/WebApiModuleThread.h"
+#include "loader/ShapeSceneLoader.h"
 #include "qxk/ActiveModuleThread.h"
 
 namespace mtest {
@@ -28,6 +29,9 @@ public:
     void GetViewables(const du::SmartPtr<webapi::ViewablesRequest>& request, int requestId) override;
     void RegisterTreeObserver(const du::SmartPtr<webapi::TreeObserver>& observer) override;
     void GetAllModelAnnotations(du::Symbol& annotations) override;
+
+    const du::SmartPtr<qxkapp::SceneManager>& SceneManagerField() const { return sceneManager; }
+    const du::SmartPtr<webapi::ShapeSceneLoader>& SceneLoaderField() const { return sceneLoader; }
 
 private:
     static void Record(const std::string& call);

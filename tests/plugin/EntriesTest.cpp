@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "LoadedPlugin.h"
+#include "devhost/platform/Faults.h"
 #include "devhost/platform/RawMessages.h"
 #include "devhost/platform/TraceLog.h"
 #include "dom/Exceptions.h"
@@ -108,6 +109,28 @@ TEST(PluginTerminateTest, TerminateIsHarmlessWithoutAnActor) {
     ASSERT_TRUE(plugin.init());
     plugin.terminate();
     plugin.terminate();
+    EXPECT_TRUE(plugin.Unload());
+}
+
+// A thread that cannot start is the loader's to hear of: the object stays,
+// still names its actor, and QXDllTerminate frees it without waiting.
+TEST(PluginStartTest, FailedStartLeavesTheObjectUntilTerminate) {
+    LoadedPlugin plugin;
+    ASSERT_TRUE(plugin.Loaded());
+    devhost::TraceLog::Clear();
+    devhost::ArmFault("dp::Thread::Start", devhost::Fault{devhost::FaultKind::Fail, "", 1});
+    EXPECT_FALSE(plugin.init());
+    devhost::DisarmAllFaults();
+    {
+        du::SmartPtr<du::RefCounted> component;
+        EXPECT_TRUE(plugin.createComponent("world", "web", "api", component));
+        EXPECT_EQ(ActorNameOf(component), "WebApiModuleThread-");
+        du::SmartPtr<dom::ManagedObject> found;
+        EXPECT_FALSE(
+            dom::ManagedObject::FindActor(ActorNameOf(component), du::Symbol("webapi::WebApiModule"), found));
+    }
+    plugin.terminate();
+    EXPECT_EQ(CountLines("shutting down queue"), 0);
     EXPECT_TRUE(plugin.Unload());
 }
 
