@@ -1,8 +1,10 @@
 // The host's tree model: guitree::GuiTree, its tree state and the listener
 // that it hands to its interface.
 
+#include <deque>
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "devhost/platform/ActorTasks.h"
 #include "devhost/platform/Faults.h"
@@ -50,6 +52,16 @@ struct Report {
 // The shared part of a GuiTree, reached by its listeners through weak
 // pointers so that a tree that has gone is simply not told any more.
 // Fields are guarded by the world lock.
+//
+// Calls for the interface are queued under the world lock, in the order in
+// which the changes they tell of were seen, and run from that queue on the
+// owner's thread. Listeners are called after the lock is released, so two
+// changes made on two threads may reach the tree in either order; what is
+// told is therefore worked out from the tree as it stands, against what the
+// interface was told before, and the interface never hears of an instance
+// that has already left (it keeps plain pointers to what it was told of).
+using GuiCall = std::function<void(guitree::GuiInterface&)>;
+
 struct TreeCore : std::enable_shared_from_this<TreeCore> {
     du::SmartPtr<dom::ManagedObject> owner;
     guitree::GuiInterface* gui = nullptr;
@@ -63,35 +75,63 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
     int sceneListener = 0;
     int viewListener = 0;
     std::unordered_map<const qxk::BaseInstance*, int> sent;  // packed value last reported
+    std::unordered_set<const qxk::BaseInstance*> told;       // created for the interface and not removed
+    std::deque<GuiCall> queue;
+    bool draining = false;  // a run of the queue is posted or under way
 
-    // Runs fn on the owner's actor thread with the interface, unless the
-    // tree is closed or has no interface by then. An owner under no actor
-    // gets the call on this thread; one whose actor has ended, none.
-    void Post(std::function<void(guitree::GuiInterface&)> fn) {
+    // Under the lock: queues a call. True when the caller must start a run
+    // of the queue with Drain once the lock is released.
+    bool Enqueue(GuiCall call) {
+        if (closed) return false;
+        queue.push_back(std::move(call));
+        if (draining) return false;
+        draining = true;
+        return true;
+    }
+
+    // Runs the queue on the owner's actor thread with the interface. An
+    // owner under no actor gets the calls on this thread; one whose actor has
+    // ended, none.
+    void Drain() {
         std::shared_ptr<TreeCore> self = shared_from_this();
         du::SmartPtr<dom::ManagedObject> target;
         {
             WorldGuard guard(WorldMutex());
-            if (closed) return;
             target = owner;
         }
-        auto task = [self, fn] {
-            guitree::GuiInterface* current;
-            {
-                WorldGuard guard(WorldMutex());
-                if (self->closed) return;
-                current = self->gui;
+        auto task = [self] {
+            for (;;) {
+                GuiCall call;
+                guitree::GuiInterface* current;
+                {
+                    WorldGuard guard(WorldMutex());
+                    if (self->closed || self->queue.empty()) {
+                        self->queue.clear();
+                        self->draining = false;
+                        return;
+                    }
+                    call = std::move(self->queue.front());
+                    self->queue.pop_front();
+                    current = self->gui;
+                }
+                if (current) call(*current);
             }
-            if (current) fn(*current);
         };
         if (target && PostTask(target, task)) return;
-        if (!target || !target->IsManaged()) task();  // an owner whose actor has ended hears nothing
+        if (!target || !target->IsManaged()) {
+            task();
+            return;
+        }
+        WorldGuard guard(WorldMutex());
+        queue.clear();
+        draining = false;
     }
 
     // Under the lock: what changed of the given instances since last told.
+    // Only instances the interface knows of are reported.
     void Collect(const std::vector<InstanceNode*>& instances, Report& report) {
         for (InstanceNode* node : instances) {
-            if (!node->tree) continue;
+            if (!node->tree || !told.count(node)) continue;
             int packed = guitree::VisAndIconChanges::Pack(VisibilityStateOf(scene.get(), *node), TypeIconOf(*node));
             auto it = sent.find(node);
             if (it != sent.end() && it->second == packed) continue;
@@ -101,9 +141,10 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
         }
     }
 
-    void SendReport(const std::shared_ptr<Report>& report) {
-        if (report->changes.empty()) return;
-        Post([report](guitree::GuiInterface& gui) { gui.UpdateVisAndTypeIcons(report->changes); });
+    // Under the lock: queues the report unless it is empty.
+    bool EnqueueReport(const std::shared_ptr<Report>& report) {
+        if (report->changes.empty()) return false;
+        return Enqueue([report](guitree::GuiInterface& gui) { gui.UpdateVisAndTypeIcons(report->changes); });
     }
 
     // Under the lock: every instance of the tree, parents first.
@@ -127,6 +168,7 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
             for (InstanceNode* n = node; n && seen.emplace(n, true).second; n = n->parent) out.push_back(n);
     }
 
+    void Tell(InstanceNode* node, std::vector<Entry>& added);
     void WatchScene(const du::SmartPtr<qxk::ShapeScene>& newScene);
     void OnTreeChange(const TreeChange& change);
     void OnSceneChange(const std::vector<du::SmartPtr<qxk::Instance>>& changed);
@@ -149,47 +191,62 @@ void TreeCore::WatchScene(const du::SmartPtr<qxk::ShapeScene>& newScene) {
     });
 }
 
-void TreeCore::OnTreeChange(const TreeChange& change) {
-    if (change.cleared) {
-        {
-            WorldGuard guard(WorldMutex());
-            sent.clear();
-        }
-        Post([](guitree::GuiInterface& gui) { gui.ClearTree(); });
-        return;
+// Under the lock: the instance for creation, after any ancestor that the
+// interface has not been told of yet (whose own change is still on its way).
+void TreeCore::Tell(InstanceNode* node, std::vector<Entry>& added) {
+    std::vector<InstanceNode*> chain;
+    for (InstanceNode* n = node; n && n->tree && !told.count(n); n = n->parent) chain.push_back(n);
+    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+        told.insert(*it);
+        added.push_back({*it, (*it)->parent});
     }
-    auto removed = std::make_shared<std::vector<Entry>>();
-    auto added = std::make_shared<std::vector<Entry>>();
-    auto report = std::make_shared<Report>();
-    {
+}
+
+void TreeCore::OnTreeChange(const TreeChange& change) {
+    bool drain;
+    if (change.cleared) {
+        // What the interface was told stays told: the tree keeps the world
+        // it showed, and with it those instances, until a removal says so.
+        WorldGuard guard(WorldMutex());
+        sent.clear();
+        drain = Enqueue([](guitree::GuiInterface& gui) { gui.ClearTree(); });
+    } else {
+        auto removed = std::make_shared<std::vector<Entry>>();
+        auto added = std::make_shared<std::vector<Entry>>();
+        auto report = std::make_shared<Report>();
         WorldGuard guard(WorldMutex());
         std::vector<InstanceNode*> touched;
         for (std::size_t i = 0; i < change.removed.size(); ++i) {
             const auto& node = change.removed[i];
+            if (node->tree || !told.erase(node.get())) continue;  // back in the tree, or never told
             const auto& parent = change.removedParents[i];
             removed->push_back({node, parent});
             sent.erase(node.get());
             if (parent) touched.push_back(parent.get());
         }
         for (const auto& node : change.added) {
-            added->push_back({node, node->parent});
+            Tell(node.get(), *added);
             touched.push_back(node.get());
         }
         std::vector<InstanceNode*> affected;
         WithAncestors(touched, affected);
         Collect(affected, *report);
+        drain = false;
+        if (!removed->empty() || !added->empty())
+            drain = Enqueue([removed, added](guitree::GuiInterface& gui) {
+                gui.StartTreeUpdate();
+                for (const Entry& e : *removed) gui.InstanceRemove(e.instance, e.parent);
+                for (const Entry& e : *added) gui.InstanceCreate(e.instance, e.parent, false);
+                gui.FinishTreeUpdate();
+            });
+        drain = EnqueueReport(report) || drain;
     }
-    Post([removed, added](guitree::GuiInterface& gui) {
-        gui.StartTreeUpdate();
-        for (const Entry& e : *removed) gui.InstanceRemove(e.instance, e.parent);
-        for (const Entry& e : *added) gui.InstanceCreate(e.instance, e.parent, false);
-        gui.FinishTreeUpdate();
-    });
-    SendReport(report);
+    if (drain) Drain();
 }
 
 void TreeCore::OnSceneChange(const std::vector<du::SmartPtr<qxk::Instance>>& changed) {
     auto report = std::make_shared<Report>();
+    bool drain;
     {
         WorldGuard guard(WorldMutex());
         std::vector<InstanceNode*> start;
@@ -197,16 +254,18 @@ void TreeCore::OnSceneChange(const std::vector<du::SmartPtr<qxk::Instance>>& cha
         std::vector<InstanceNode*> affected;
         WithAncestors(start, affected);
         Collect(affected, *report);
+        drain = EnqueueReport(report);
     }
-    SendReport(report);
+    if (drain) Drain();
 }
 
 void TreeCore::OnActiveView(const du::SmartPtr<qxk::View>& active) {
     auto report = std::make_shared<Report>();
-    bool sceneChanged = false;
+    bool drain;
     {
         WorldGuard guard(WorldMutex());
         view = active;
+        bool sceneChanged = false;
         du::SmartPtr<qxk::Scene> viewScene;
         if (active) viewScene = active->GetViewState().scene;
         // The tree follows the active view when it shows a shape scene.
@@ -218,12 +277,14 @@ void TreeCore::OnActiveView(const du::SmartPtr<qxk::View>& active) {
             AllInstances(all);
             Collect(all, *report);
         }
+        drain = Enqueue(
+            [active, sceneChanged](guitree::GuiInterface& gui) { gui.PostOnActiveViewChanged(active, sceneChanged); });
+        if (!report->changes.empty())
+            drain = Enqueue([report, active](guitree::GuiInterface& gui) {
+                gui.UpdateVisAndTypeIconVisibleChanges(active, report->changes);
+            }) || drain;
     }
-    Post([active, sceneChanged](guitree::GuiInterface& gui) { gui.PostOnActiveViewChanged(active, sceneChanged); });
-    if (!report->changes.empty())
-        Post([report, active](guitree::GuiInterface& gui) {
-            gui.UpdateVisAndTypeIconVisibleChanges(active, report->changes);
-        });
+    if (drain) Drain();
 }
 
 void TreeCore::Unwatch() {
@@ -238,6 +299,8 @@ void TreeCore::Close(du::SmartPtr<dom::ManagedObject>& releasedOwner) {
     closed = true;
     Unwatch();
     gui = nullptr;
+    queue.clear();
+    told.clear();
     releasedOwner = std::move(owner);
 }
 
@@ -260,6 +323,7 @@ void ListenerImpl::OnScene(const du::SmartPtr<qxk::Scene>& scene) {
     auto shapeScene = du::DynamicCast<qxk::ShapeScene>(scene);
     if (!core || !shapeScene) return;
     auto report = std::make_shared<Report>();
+    bool drain;
     {
         WorldGuard guard(WorldMutex());
         if (core->closed || core->scene == shapeScene) return;
@@ -267,8 +331,9 @@ void ListenerImpl::OnScene(const du::SmartPtr<qxk::Scene>& scene) {
         std::vector<InstanceNode*> all;
         core->AllInstances(all);
         core->Collect(all, *report);
+        drain = core->EnqueueReport(report);
     }
-    core->SendReport(report);
+    if (drain) core->Drain();
 }
 
 }  // namespace
@@ -319,6 +384,7 @@ void GuiTree::Initialise(const du::SmartPtr<qxk::World>& world) {
     std::weak_ptr<devhost::TreeCore> weak = core;
     auto entries = std::make_shared<std::vector<devhost::Entry>>();
     auto report = std::make_shared<devhost::Report>();
+    bool drain;
     {
         devhost::WorldGuard guard(devhost::WorldMutex());
         if (!world || core->closed || core->initialised) return;
@@ -340,15 +406,21 @@ void GuiTree::Initialise(const du::SmartPtr<qxk::World>& world) {
         std::vector<devhost::InstanceNode*> all;
         core->AllInstances(all);
         entries->reserve(all.size());
-        for (devhost::InstanceNode* node : all) entries->push_back({node, node->parent});
+        for (devhost::InstanceNode* node : all) {
+            core->told.insert(node);
+            entries->push_back({node, node->parent});
+        }
         core->Collect(all, *report);
+        // Queued with the lock still held, so that no change made after the
+        // walk can reach the interface before these.
+        drain = core->Enqueue([entries](GuiInterface& gui) {
+            gui.StartTreeUpdate();
+            for (const devhost::Entry& e : *entries) gui.InstanceCreate(e.instance, e.parent, false);
+            gui.FinishTreeUpdate();
+        });
+        drain = core->EnqueueReport(report) || drain;
     }
-    core->Post([entries](GuiInterface& gui) {
-        gui.StartTreeUpdate();
-        for (const devhost::Entry& e : *entries) gui.InstanceCreate(e.instance, e.parent, false);
-        gui.FinishTreeUpdate();
-    });
-    core->SendReport(report);
+    if (drain) core->Drain();
 }
 
 void GuiTree::Close() {

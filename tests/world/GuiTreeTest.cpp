@@ -1,8 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <future>
+#include <set>
+#include <thread>
 
 #include "WorldTestSupport.h"
+#include "devhost/world/TreeModel.h"
+#include "devhost/world/WorldModel.h"
 #include "guitree/GuiTree.h"
 #include "guitree/StructureTreeState.h"
 #include "qxk/IdMap.h"
@@ -184,6 +190,74 @@ TEST_F(TreeModel, AClosedTreeSaysNothingMore) {
     devhost::ShowInstance("left", "a/p2", false);
     owner.Sync();
     EXPECT_TRUE(gui.Calls().empty());
+}
+
+// What the interface believes the tree holds, from the calls it was given.
+std::set<std::string> Mirror(wtest::RecordingGui& gui) {
+    std::set<std::string> held;
+    for (const auto& call : gui.Calls()) {
+        if (call.what == "InstanceCreate") held.insert(call.path);
+        if (call.what == "InstanceRemove") held.erase(call.path);
+    }
+    return held;
+}
+
+// Two changes made on two threads may reach the tree's listener in the
+// other order; the interface must still end up with what the tree holds,
+// never with an instance that has left (it keeps plain pointers to them).
+TEST_F(TreeModel, ALateAdditionDoesNotBringBackAnInstanceThatLeft) {
+    std::promise<void> held;
+    std::promise<void> release;
+    auto releaseDone = release.get_future().share();
+    std::atomic<bool> armed{true};
+    int blocker = devhost::Model(*qxk::World::GetWorld()).Tree().AddListener([&](const devhost::TreeChange& change) {
+        if (!armed || change.added.empty() || change.added[0]->GetIdPath().str() != "a/x") return;
+        armed = false;
+        held.set_value();
+        releaseDone.wait();
+    });
+    Initialise();
+    std::thread adder([] { devhost::AddInstanceAt("a", "x"); });
+    held.get_future().wait();  // a/x is in the tree; its listeners have not heard yet
+    ASSERT_TRUE(devhost::RemoveInstanceAt("a/x"));
+    owner.Sync();
+    release.set_value();
+    adder.join();
+    owner.Sync();
+    devhost::Model(*qxk::World::GetWorld()).Tree().RemoveListener(blocker);
+    EXPECT_EQ(Mirror(gui), (std::set<std::string>{"a", "a/p1", "a/p2", "a/sub", "a/sub/q1", "a/sub/q2", "a/px"}));
+    EXPECT_TRUE(AllOnOwnersThread());
+}
+
+// A child whose change arrives before its parent's is told after the parent.
+TEST_F(TreeModel, AnInstanceIsToldAfterItsParent) {
+    std::promise<void> held;
+    std::promise<void> release;
+    auto releaseDone = release.get_future().share();
+    std::atomic<bool> armed{true};
+    int blocker = devhost::Model(*qxk::World::GetWorld()).Tree().AddListener([&](const devhost::TreeChange& change) {
+        if (!armed || change.added.empty() || change.added[0]->GetIdPath().str() != "a/y") return;
+        armed = false;
+        held.set_value();
+        releaseDone.wait();
+    });
+    Initialise();
+    gui.Clear();
+    std::thread adder([] { devhost::AddInstanceAt("a", "y"); });
+    held.get_future().wait();
+    ASSERT_TRUE(devhost::AddInstanceAt("a/y", "z"));
+    owner.Sync();
+    release.set_value();
+    adder.join();
+    owner.Sync();
+    devhost::Model(*qxk::World::GetWorld()).Tree().RemoveListener(blocker);
+    auto names = gui.Names();
+    auto y = std::find(names.begin(), names.end(), "InstanceCreate a/y");
+    auto z = std::find(names.begin(), names.end(), "InstanceCreate a/y/z");
+    ASSERT_NE(y, names.end());
+    ASSERT_NE(z, names.end());
+    EXPECT_LT(y - names.begin(), z - names.begin()) << "a/y before a/y/z";
+    EXPECT_EQ(std::count(names.begin(), names.end(), "InstanceCreate a/y"), 1);
 }
 
 TEST_F(TreeModel, WithoutVisibilityTheStateIsUnknown) {
