@@ -4,6 +4,7 @@
 #include <memory>
 #include <regex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ModuleTestSupport.h"
@@ -58,6 +59,29 @@ TEST_F(ActorThreadTest, OrderlyEndWritesTheShutdownLineOnce) {
     const auto entries = ActorEntries();
     ASSERT_EQ(entries.size(), 1u);
     ExpectShutdownLine(entries[0], "[0-9a-f]{8}");
+    EXPECT_EQ(RecordingModule::Calls().back(), "OnActorStopped");
+}
+
+// The hook has its own clauses: what it throws is written, and the end of
+// the thread still comes.
+TEST_F(ActorThreadTest, ExceptionFromTheStopHookIsWrittenAndTheEndStillComes) {
+    const std::pair<RecordingModule::StopEnd, std::string> cases[] = {
+        {RecordingModule::StopEnd::ThrowStd, "Actor WebApiModuleThread- got a standard exception:- stop failed\n"},
+        {RecordingModule::StopEnd::ThrowOther, "Actor WebApiModuleThread- got an unexpected exception.\n"}};
+    for (const auto& [end, words] : cases) {
+        devhost::TraceLog::Clear();
+        RecordingModule::SetStopEnd(end);
+        auto host = std::make_unique<RecordingHost>("web", "api");
+        ASSERT_TRUE(host->Start(true));
+        host.reset();
+
+        const auto entries = ActorEntries();
+        ASSERT_EQ(entries.size(), 2u);
+        EXPECT_EQ(entries[0].type, 3);
+        EXPECT_EQ(entries[0].text, words);
+        ExpectShutdownLine(entries[1], "[0-9a-f]{8}");
+        EXPECT_TRUE(TraceEntriesOf("dp").empty());
+    }
 }
 
 struct LoopFault {
@@ -79,9 +103,9 @@ TEST_P(ActorLoopFaultTest, ExceptionFromACommandEndsTheActor) {
 
     EXPECT_ANY_THROW(devhost::SendRawMessage(module, 0, 0, {}, true));
     EXPECT_ANY_THROW(devhost::SendRawMessage(module, 0, 0, {}, true));
-    EXPECT_EQ(RecordingModule::Calls(), std::vector<std::string>{"GetCurrentSelection"});
     EXPECT_EQ(host->GetActorName(), "WebApiModuleThread-");
     host.reset();
+    EXPECT_EQ(RecordingModule::Calls(), (std::vector<std::string>{"GetCurrentSelection", "OnActorStopped"}));
 
     const auto entries = ActorEntries();
     ASSERT_EQ(entries.size(), 2u);
@@ -114,6 +138,7 @@ TEST_F(ActorThreadTest, FailedStartupSkipsTheLoop) {
     du::SmartPtr<dom::ManagedObject> module;
     EXPECT_FALSE(dom::ManagedObject::FindActor(host->GetActorName(), du::Symbol("webapi::WebApiModule"), module));
     host.reset();
+    EXPECT_EQ(RecordingModule::Calls(), std::vector<std::string>{"OnActorStopped"});
 
     const auto entries = ActorEntries();
     ASSERT_EQ(entries.size(), 2u);

@@ -1,10 +1,13 @@
 #include "RecordingModule.h"
 
+#include <stdexcept>
+
 namespace mtest {
 namespace {
 
 std::mutex s_mutex;
 std::vector<std::string> s_calls;
+RecordingModule::StopEnd s_stopEnd = RecordingModule::StopEnd::Return;
 
 std::string Text(const du::Symbol& symbol) { return symbol.IsNull() ? "<null>" : symbol.str(); }
 
@@ -18,6 +21,23 @@ std::vector<std::string> RecordingModule::Calls() {
 void RecordingModule::ClearCalls() {
     std::lock_guard<std::mutex> hold(s_mutex);
     s_calls.clear();
+    s_stopEnd = StopEnd::Return;
+}
+
+void RecordingModule::SetStopEnd(StopEnd end) {
+    std::lock_guard<std::mutex> hold(s_mutex);
+    s_stopEnd = end;
+}
+
+void RecordingModule::OnActorStopped() {
+    Record("OnActorStopped");
+    StopEnd end;
+    {
+        std::lock_guard<std::mutex> hold(s_mutex);
+        end = s_stopEnd;
+    }
+    if (end == StopEnd::ThrowStd) throw std::runtime_error("stop failed");
+    if (end == StopEnd::ThrowOther) throw 7;
 }
 
 void RecordingModule::Record(const std::string& call) {

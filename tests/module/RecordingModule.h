@@ -20,6 +20,14 @@ public:
     static std::vector<std::string> Calls();
     static void ClearCalls();
 
+    // How the next OnActorStopped ends; ClearCalls sets it back to Return.
+    enum class StopEnd { Return, ThrowStd, ThrowOther };
+    static void SetStopEnd(StopEnd end);
+
+    // Stands in for the module's own hook, which the actor thread calls on
+    // the concrete class.
+    void OnActorStopped();
+
     du::Symbol GetCurrentSelection() override;
     void SetInstancesColor(const std::vector<du::Symbol>& instances, bool recursive, const du::Symbol& color) override;
     du::Symbol GetInstanceColor(const du::Symbol& instance) override;
