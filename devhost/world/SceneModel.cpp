@@ -155,6 +155,9 @@ du::SmartPtr<ShapeInstance> ShapeScene::AddShapeInstance(const du::SmartPtr<Inst
         devhost::WorldGuard guard(devhost::WorldMutex());
         State& state = GetSceneState();
         state.addCalls.push_back({instance, mode});
+        // Only what the structure holds can be shown: an instance of an
+        // unread branch, or one taken out of the tree, gets no shape instance.
+        if (!devhost::Node(*instance).tree) return nullptr;
         auto it = state.shapes.find(instance.get());
         if (it != state.shapes.end()) return it->second;
         du::SmartPtr<devhost::ShapeInstanceImpl> made(

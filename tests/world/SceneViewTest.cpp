@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <set>
 #include <thread>
 
 #include "TestWorlds.h"
@@ -85,6 +86,20 @@ TEST_F(Scenes, AddShapeInstanceIsRecordedAndGivesTheShapeInstanceThereIs) {
     scene->GetAllInstances(all);
     EXPECT_EQ(all.size(), 4u);
     EXPECT_TRUE(all.count(Find("a/sub/q1")));
+}
+
+// The module may still hold an instance that the host has just taken out
+// of the tree.
+TEST_F(Scenes, InstancesOutsideTheTreeGetNoShapeInstance) {
+    auto q1 = Find("a/sub/q1");
+    ASSERT_TRUE(devhost::RemoveInstanceAt("a/sub/q1"));
+    EXPECT_FALSE(scene->AddShapeInstance(q1, 2));
+    std::set<du::SmartPtr<qxk::Instance>> all;
+    scene->GetAllInstances(all);
+    EXPECT_FALSE(all.count(q1));
+    du::SmartPtr<qxk::ShapeInstance> shape;
+    EXPECT_FALSE(scene->GetShapeInstance(q1, shape));
+    EXPECT_EQ(devhost::AddShapeCallsOf(*scene).size(), 1u) << "the call is still recorded";
 }
 
 TEST_F(Scenes, VisibilityAndColourOfShapeInstances) {
