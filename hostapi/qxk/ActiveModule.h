@@ -11,7 +11,9 @@ namespace qxk {
 class ActiveModule : public du::RefCounted {
 public:
     ActiveModule() = default;
-    ~ActiveModule() override = default;
+    // Defined in the host's library, which so holds the class's virtual
+    // table: a loader may keep the object after the module is unloaded.
+    ~ActiveModule() override;
 
     const du::Symbol& GetActorName() const { return actorName; }
     void SetActorName(const du::Symbol& name) { actorName = name; }

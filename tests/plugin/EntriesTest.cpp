@@ -112,6 +112,22 @@ TEST(PluginTerminateTest, TerminateIsHarmlessWithoutAnActor) {
     EXPECT_TRUE(plugin.Unload());
 }
 
+// The component is the host's object, a name and nothing more: the loader
+// may keep it after the module has ended and its library has gone.
+TEST(PluginComponentTest, ComponentOutlivesTheLibrary) {
+    du::SmartPtr<du::RefCounted> component;
+    {
+        LoadedPlugin plugin;
+        ASSERT_TRUE(plugin.Loaded());
+        ASSERT_TRUE(plugin.init());
+        ASSERT_TRUE(plugin.createComponent("world", "web", "api", component));
+        plugin.terminate();
+        ASSERT_TRUE(plugin.Unload());
+    }
+    EXPECT_EQ(ActorNameOf(component), "WebApiModuleThread-");
+    component.reset();
+}
+
 // A thread that cannot start is the loader's to hear of: the object stays,
 // still names its actor, and QXDllTerminate frees it without waiting.
 TEST(PluginStartTest, FailedStartLeavesTheObjectUntilTerminate) {

@@ -1,0 +1,7 @@
+#include "qxk/ActiveModule.h"
+
+namespace qxk {
+
+ActiveModule::~ActiveModule() = default;
+
+}  // namespace qxk
