@@ -123,6 +123,14 @@ TEST_F(DispatchTest, EveryRequestGetsItsReply) {
     EXPECT_EQ(RecordingModule::Calls()[2], "GetAllModelAnnotations <null>");
 }
 
+// A sender that waits for nothing still has its method run, and the reply
+// that every request gets does not disturb the actor.
+TEST_F(DispatchTest, RequestWithoutReplyMarkIsServedToo) {
+    devhost::SendRawMessage(module, 0, 4, {du::Symbol("[b]")}, false);
+    EXPECT_EQ(Send(0, {}), "S:selection");
+    EXPECT_EQ(RecordingModule::Calls(), (std::vector<std::string>{"LoadInstances [b]", "GetCurrentSelection"}));
+}
+
 TEST_F(DispatchTest, ReferenceWithoutItsIntegerRunsNothing) {
     const du::SmartPtr<CaptureServer> request(new CaptureServer({"webapi::ViewablesRequest"}, {}));
     const ServingThread client(request, "ViewablesClient");
