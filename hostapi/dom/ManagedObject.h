@@ -50,6 +50,9 @@ public:
     MessageWriter StartNewMessage(unsigned short messageId) const;
     // One-way messages return at once. A message marked as needing a reply
     // blocks until the reply has come, which the same MessagePtr then reads.
+    // Either kind throws dom::ActorShutdownException when the target's actor
+    // has been shut down, and dom::InvalidActorException when no actor
+    // manages the target; a request also fails as its actor ends.
     void DeliverMessage(const MessagePtr& message) const;
 
     // Finds the actor published under name and gives a proxy of the named
