@@ -32,7 +32,10 @@ struct Thread::Impl {
 
 namespace {
 
-// What pthread will accept: at least its minimum, in whole pages.
+// What pthread will accept: at least its minimum, in whole pages. The C
+// library may still hand over a cached stack of up to four times that size;
+// a stack of our own would have to hold the sanitizers' thread-local state
+// too, so the size is left to pthread.
 std::size_t UsableStackSize(unsigned int requested) {
     const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     std::size_t size = requested < PTHREAD_STACK_MIN ? PTHREAD_STACK_MIN : requested;
