@@ -57,9 +57,9 @@ struct Report {
 // which the changes they tell of were seen, and run from that queue on the
 // owner's thread. Listeners are called after the lock is released, so two
 // changes made on two threads may reach the tree in either order; what is
-// told is therefore worked out from the tree as it stands, against what the
-// interface was told before, and the interface never hears of an instance
-// that has already left (it keeps plain pointers to what it was told of).
+// told is therefore worked out from the tree as it stands: an instance is
+// created only while it is in the tree, so that no creation can follow the
+// removal that ends it (the interface keeps plain pointers to instances).
 using GuiCall = std::function<void(guitree::GuiInterface&)>;
 
 struct TreeCore : std::enable_shared_from_this<TreeCore> {
@@ -218,7 +218,10 @@ void TreeCore::OnTreeChange(const TreeChange& change) {
         std::vector<InstanceNode*> touched;
         for (std::size_t i = 0; i < change.removed.size(); ++i) {
             const auto& node = change.removed[i];
-            if (node->tree || !told.erase(node.get())) continue;  // back in the tree, or never told
+            if (node->tree) continue;  // back in the tree already
+            // Told even when its creation never was: the interface's owner
+            // may have found it by walking the tree.
+            told.erase(node.get());
             const auto& parent = change.removedParents[i];
             removed->push_back({node, parent});
             sent.erase(node.get());

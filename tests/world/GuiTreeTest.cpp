@@ -219,6 +219,7 @@ TEST_F(TreeModel, ALateAdditionDoesNotBringBackAnInstanceThatLeft) {
     Initialise();
     std::thread adder([] { devhost::AddInstanceAt("a", "x"); });
     held.get_future().wait();  // a/x is in the tree; its listeners have not heard yet
+    ASSERT_TRUE(qxk::World::GetWorld()->tree->FindInstance("a/x")) << "a walk of the tree now finds it";
     ASSERT_TRUE(devhost::RemoveInstanceAt("a/x"));
     owner.Sync();
     release.set_value();
@@ -226,6 +227,9 @@ TEST_F(TreeModel, ALateAdditionDoesNotBringBackAnInstanceThatLeft) {
     owner.Sync();
     devhost::Model(*qxk::World::GetWorld()).Tree().RemoveListener(blocker);
     EXPECT_EQ(Mirror(gui), (std::set<std::string>{"a", "a/p1", "a/p2", "a/sub", "a/sub/q1", "a/sub/q2", "a/px"}));
+    auto names = gui.Names();
+    EXPECT_EQ(std::count(names.begin(), names.end(), "InstanceRemove a/x"), 1)
+        << "whoever found it by walking the tree hears that it left";
     EXPECT_TRUE(AllOnOwnersThread());
 }
 
