@@ -1,13 +1,19 @@
-// Building large synthetic worlds, and walking them as the module does.
+// Building large synthetic worlds, walking them as the module does, and
+// starting a tree model on them.
 
 #include <benchmark/benchmark.h>
 
 #include "devhost/samples/LargeWorld.h"
 #include "devhost/world/Application.h"
+#include "dom/ManagedObject.h"
+#include "guitree/GuiInterface.h"
+#include "guitree/GuiTree.h"
+#include "guitree/StructureTreeState.h"
 #include "qxk/BaseInstanceVisitor.h"
 #include "qxk/Instance.h"
 #include "qxk/Tree.h"
 #include "qxk/Viewables.h"
+#include "qxk/World.h"
 
 namespace {
 
@@ -79,5 +85,45 @@ void BM_WalkViewables(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(BM_WalkViewables)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+// An owner under no actor: the tree model calls its interface on this thread.
+class PlainOwner : public dom::ManagedObject {};
+
+struct CountingGui : guitree::GuiInterface {
+    void InstanceCreate(const du::SmartPtr<qxk::BaseInstance>&, const du::SmartPtr<qxk::BaseInstance>&,
+                        bool) override {
+        ++created;
+    }
+    void UpdateVisAndTypeIcons(const guitree::VisAndIconChanges& changes) override { reported += changes.size(); }
+    std::size_t created = 0;
+    std::size_t reported = 0;
+};
+
+// Initialise of a tree model: every instance told, and its state reported.
+void BM_TreeModelInitialise(benchmark::State& state) {
+    devhost::LargeWorldParams params;
+    params.instances = static_cast<std::size_t>(state.range(0));
+    params.depth = 6;
+    params.fanOut = 10;
+    auto world = devhost::BuildLargeWorld(params);
+    du::SmartPtr<dom::ManagedObject> owner(new PlainOwner());
+    for (auto _ : state) {
+        CountingGui gui;
+        du::SmartPtr<guitree::GuiTree> tree(new guitree::GuiTree(owner));
+        tree->SetTreeState(new guitree::StructureTreeState(*tree, true));
+        tree->SetGuiInterface(&gui);
+        tree->Initialise(qxk::World::GetWorld());
+        benchmark::DoNotOptimize(gui.created);
+        state.PauseTiming();
+        tree->Close();
+        tree->SetGuiInterface(nullptr);
+        tree = nullptr;
+        state.ResumeTiming();
+    }
+    world = nullptr;
+    DropAll();
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_TreeModelInitialise)->Arg(100000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
