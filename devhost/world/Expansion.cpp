@@ -185,7 +185,11 @@ int ReleasePendingExpansions() {
 
 bool qxk::Instance::ExpandProxy(int depth, AsyncEvent* event, const du::SmartPtr<IdMap>&,
                                 const du::SmartPtr<IdMap>&, std::set<du::Symbol>* loadedPaths, bool, bool) {
-    if (devhost::HitFault("qxk::Instance::ExpandProxy")) return false;
+    if (devhost::HitFault("qxk::Instance::ExpandProxy")) {
+        // A read that cannot start still ends its event, as every call does.
+        if (event) event->CompleteWithError(BaseAsyncEvent::ES_Failed);
+        return false;
+    }
     auto expansion = std::make_shared<devhost::Expansion>();
     expansion->event = event;
     expansion->loadedPaths = loadedPaths;

@@ -2,6 +2,7 @@
 
 #include "TestWorlds.h"
 #include "WorldTestSupport.h"
+#include "devhost/platform/Faults.h"
 #include "qxk/AsyncEvent.h"
 #include "qxk/IdMap.h"
 #include "qxk/Instance.h"
@@ -74,6 +75,19 @@ TEST_F(Proxies, AFailedReadMarksTheProxyAndCompletesWithAnError) {
     EXPECT_FALSE(started);
     ASSERT_EQ(again->statuses.size(), 1u);
     EXPECT_NE(again->statuses[0], 0);
+}
+
+// The module waits for the event of every read it starts; a read that
+// fails to start must still end it.
+TEST_F(Proxies, AReadThatCannotStartStillCompletesItsEvent) {
+    devhost::ArmFault("qxk::Instance::ExpandProxy", {devhost::FaultKind::Fail, "", 1});
+    bool started = true;
+    auto event = Expand("a/px", 1, &started);
+    owner.Sync();
+    EXPECT_FALSE(started);
+    ASSERT_EQ(event->statuses.size(), 1u);
+    EXPECT_NE(event->statuses[0], 0);
+    EXPECT_TRUE(Find("a/px")->IsExpandableProxy()) << "nothing was read";
 }
 
 TEST_F(Proxies, AReadThatNeverAnswersStaysPendingUntilResolved) {
