@@ -57,8 +57,18 @@ void Deliver(const dom::MessagePtr& message) {
         if (content.needsReply) throw dom::ConnectionLostException("The connection to the receiver was lost");
         return;
     }
-    std::shared_ptr<QueueCore> queue = ResolveTarget(content.target);
     const bool request = content.needsReply;
+    std::shared_ptr<QueueCore> queue;
+    try {
+        queue = ResolveTarget(content.target);
+    } catch (const dom::Exception&) {
+        // A one-way message is fire and forget: its sender never learns what
+        // became of it, so one for a receiver that has gone is dropped, as a
+        // lost one is. Only a sender that waits is told. So an actor that
+        // calls back a client which went away without a word goes on serving.
+        if (request) throw;
+        return;
+    }
     if (request && !content.BeginRequest())
         throw dom::MessageProtocolException("The message was delivered again while awaiting its reply");
     // The caller's own actor cannot take the request from its queue while
@@ -69,8 +79,9 @@ void Deliver(const dom::MessagePtr& message) {
         return;
     }
     if (!queue->Post(QueueItem{message, {}})) {
+        if (!request) return;
         const char* text = "The target actor's queue has been shut down";
-        if (request) content.Settle(Outcome::ActorShutdown, text);
+        content.Settle(Outcome::ActorShutdown, text);
         throw dom::ActorShutdownException(text);
     }
     if (request) content.Await();

@@ -48,11 +48,12 @@ public:
     // Starts a message with the given id to the object that this object
     // stands for: the remote object for a proxy, this object otherwise.
     MessageWriter StartNewMessage(unsigned short messageId) const;
-    // One-way messages return at once. A message marked as needing a reply
-    // blocks until the reply has come, which the same MessagePtr then reads.
-    // Either kind throws dom::ActorShutdownException when the target's actor
-    // has been shut down, and dom::InvalidActorException when no actor
-    // manages the target; a request also fails as its actor ends.
+    // One-way messages return at once, and are dropped without a word when
+    // the target's actor has gone. A message marked as needing a reply blocks
+    // until the reply has come, which the same MessagePtr then reads; it
+    // throws dom::ActorShutdownException when the target's actor has been shut
+    // down or ends before replying, and dom::InvalidActorException when no
+    // actor manages the target.
     void DeliverMessage(const MessagePtr& message) const;
 
     // Finds the actor published under name and gives a proxy of the named

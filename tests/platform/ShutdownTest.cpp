@@ -80,8 +80,10 @@ TEST(Shutdown, WhenIdleServesWhatIsQueuedFirst) {
         for (int i = 0; i < 3; ++i)
             devhost::SendRawMessage(server, 0, 0, {MessageValue(std::int32_t{1})}, false);
         actor.queue->ShutdownQueue(dom::MessageQueue::SM_WhenIdle);
-        EXPECT_THROW(devhost::SendRawMessage(server, 0, 0, {MessageValue(std::int32_t{1})}, false),
+        // Too late to be served: a request is told, a one-way message is dropped.
+        EXPECT_THROW(devhost::SendRawMessage(server, 0, 0, {MessageValue(std::int32_t{1})}, true),
                      dom::ActorShutdownException);
+        EXPECT_NO_THROW(devhost::SendRawMessage(server, 0, 0, {MessageValue(std::int32_t{1})}, false));
         blocker.release.set_value();
         actor.Join();
     }
