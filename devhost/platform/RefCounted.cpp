@@ -6,6 +6,14 @@ RefCounted::~RefCounted() = default;
 
 void RefCounted::AddReference(void*) const noexcept { refCount_.fetch_add(1, std::memory_order_relaxed); }
 
+bool RefCounted::AddReferenceIfAlive(void*) const noexcept {
+    int count = refCount_.load(std::memory_order_acquire);
+    while (count > 0) {
+        if (refCount_.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel)) return true;
+    }
+    return false;
+}
+
 int RefCounted::RemoveReference(void*) const {
     int count = refCount_.fetch_sub(1, std::memory_order_acq_rel) - 1;
     if (count != 0) return count;

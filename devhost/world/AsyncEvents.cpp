@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "devhost/platform/ActorTasks.h"
+#include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 #include "qxk/AsyncEventSet.h"
 #include "qxk/ProgressEvent.h"
@@ -93,8 +94,7 @@ void BaseAsyncEvent::HandleEvent(int kind, int value) {
     // nothing is reported after it.
     if (kind == EK_Complete ? eventState_->completionTaken.exchange(true) : eventState_->completionTaken.load())
         return;
-    if (RunOnCompleteInTask() && GetReferenceCount() > 0) {
-        du::SmartPtr<BaseAsyncEvent> self(this);
+    if (du::SmartPtr<BaseAsyncEvent> self = RunOnCompleteInTask() ? devhost::CountedIfAlive(this) : nullptr) {
         if (devhost::PostTask(self, [self, kind, value] { self->EventHandler(kind, value); })) return;
         if (IsManaged()) return;  // its actor has ended: nobody is left to tell
     }

@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 
+#include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/WorldLock.h"
@@ -91,7 +92,7 @@ void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success) {
         ProxyInfo& info = *proxy->proxy;
         if (!info.reading) return;
         info.reading = false;
-        if (proxy->tree && proxy->tree->GetReferenceCount() > 0) tree = proxy->tree;  // not one on its way out
+        tree = CountedIfAlive(proxy->tree);  // not one on its way out
         if (success) {
             info.expanded = true;
             if (tree) {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/platform/Timers.h"
 #include "devhost/world/WorldLock.h"
@@ -35,8 +36,8 @@ std::chrono::milliseconds RefreshInterval(long long ticks) {
 
 // Sets the event's refresh timer going when it is under an actor.
 void Refresh(qxmk::WebProgressEvent& event, long long ticks) {
-    if (event.GetReferenceCount() > 0)
-        StartTimer(du::SmartPtr<dom::ManagedObject>(&event), kRefreshTimer, RefreshInterval(ticks));
+    if (du::SmartPtr<qxmk::WebProgressEvent> counted = CountedIfAlive(&event))
+        StartTimer(du::SmartPtr<dom::ManagedObject>(counted), kRefreshTimer, RefreshInterval(ticks));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/world/Concrete.h"
 #include "devhost/world/InstanceNode.h"
@@ -225,7 +226,7 @@ du::SmartPtr<ShapeScene> ShapeInstance::GetScene() const {
     devhost::WorldGuard guard(devhost::WorldMutex());
     ShapeScene* scene = devhost::Impl(*this).scene;
     // A scene on its way out (count at zero) is no longer handed out.
-    return scene && scene->GetReferenceCount() > 0 ? du::SmartPtr<ShapeScene>(scene) : nullptr;
+    return devhost::CountedIfAlive(scene);
 }
 
 }  // namespace qxk

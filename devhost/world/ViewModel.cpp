@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/world/Concrete.h"
 #include "devhost/world/SceneModel.h"
@@ -192,7 +193,7 @@ void WorkflowManager::SendWorkflowMessage(const du::Symbol& workflow, const du::
         self.messages.push_back({workflow, message, value, data});
         viewerObservers = self.viewerObservers;
         workflowObservers = self.workflowObservers;
-        if (self.view && self.view->GetReferenceCount() > 0) view = self.view;
+        view = devhost::CountedIfAlive(self.view);
     }
     for (const auto& observer : workflowObservers) observer->OnWorkflowMessage(workflow, message, value);
     for (const auto& observer : viewerObservers) observer->OnViewerWorkflowMessage(view, workflow, message);

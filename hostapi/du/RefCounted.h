@@ -19,6 +19,10 @@ public:
     virtual ~RefCounted();
 
     void AddReference(void* owner) const noexcept;
+    // Takes a reference only while the count is above zero, so that an object
+    // reached through a plain pointer is never revived on its way out.
+    // False, and nothing taken, when the count is zero.
+    bool AddReferenceIfAlive(void* owner) const noexcept;
     // Returns the new count.
     int RemoveReference(void* owner) const;
     int GetReferenceCount() const noexcept { return refCount_.load(std::memory_order_acquire); }

@@ -3,6 +3,7 @@
 #include "du/CommonAllocated.h"
 #include "du/RefCounted.h"
 #include "du/SmartPtr.h"
+#include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 
 namespace {
@@ -29,6 +30,14 @@ struct Parking : du::RefCounted {
 // Keeps the hook's temporary reference for itself by answering false.
 struct Immortal : du::RefCounted {
     bool ZeroReferenceCountHook() override { return false; }
+};
+
+// Looks itself up through a plain pointer while it is being destroyed, as a
+// reader holding a back pointer might at that moment.
+struct Dying : du::RefCounted {
+    explicit Dying(bool* revived) : revived(revived) {}
+    ~Dying() override { *revived = static_cast<bool>(devhost::CountedIfAlive(this)); }
+    bool* revived;
 };
 
 }  // namespace
@@ -100,4 +109,21 @@ TEST(CommonAllocator, ArmedFaultGivesNullAndNewThrows) {
     EXPECT_EQ(du::CommonAllocatorImpl::Allocate(16), nullptr);
     devhost::DisarmAllFaults();
     delete new Block;
+}
+
+TEST(RefCounted, AReferenceIfAliveIsTakenOnlyWhileCounted) {
+    int deaths = 0;
+    du::SmartPtr<Tracked> held(new Tracked(&deaths));
+    EXPECT_EQ(devhost::CountedIfAlive(held.get()), held);
+    EXPECT_EQ(held->GetReferenceCount(), 1);
+
+    Tracked* uncounted = new Tracked(&deaths);
+    int owner = 0;
+    EXPECT_FALSE(uncounted->AddReferenceIfAlive(&owner));
+    EXPECT_EQ(uncounted->GetReferenceCount(), 0);
+    delete uncounted;
+
+    bool revived = true;
+    { du::SmartPtr<Dying> last(new Dying(&revived)); }
+    EXPECT_FALSE(revived);
 }
