@@ -22,6 +22,17 @@ void DropAll() {
     devhost::DropApplication();
 }
 
+// A world of the benchmark's instance count, six levels deep with a fan-out
+// of ten, that the walking benchmarks share.
+du::SmartPtr<devhost::WorldModel> BuildWalkedWorld(const benchmark::State& state, std::size_t viewableEvery) {
+    devhost::LargeWorldParams params;
+    params.instances = static_cast<std::size_t>(state.range(0));
+    params.depth = 6;
+    params.fanOut = 10;
+    params.viewableEvery = viewableEvery;
+    return devhost::BuildLargeWorld(params);
+}
+
 // args: instances, depth, fan-out, proxy share in percent.
 void BM_BuildLargeWorld(benchmark::State& state) {
     devhost::LargeWorldParams params;
@@ -69,12 +80,7 @@ struct ViewableCounter : qxk::BaseInstanceVisitor {
 };
 
 void BM_WalkViewables(benchmark::State& state) {
-    devhost::LargeWorldParams params;
-    params.instances = static_cast<std::size_t>(state.range(0));
-    params.depth = 6;
-    params.fanOut = 10;
-    params.viewableEvery = 100;
-    auto world = devhost::BuildLargeWorld(params);
+    auto world = BuildWalkedWorld(state, 100);
     for (auto _ : state) {
         ViewableCounter counter;
         world->tree->Visit(counter, qxk::BaseTree::VT_DepthFirst);
@@ -101,11 +107,7 @@ struct CountingGui : guitree::GuiInterface {
 
 // Initialise of a tree model: every instance told, and its state reported.
 void BM_TreeModelInitialise(benchmark::State& state) {
-    devhost::LargeWorldParams params;
-    params.instances = static_cast<std::size_t>(state.range(0));
-    params.depth = 6;
-    params.fanOut = 10;
-    auto world = devhost::BuildLargeWorld(params);
+    auto world = BuildWalkedWorld(state, 0);
     du::SmartPtr<dom::ManagedObject> owner(new PlainOwner());
     for (auto _ : state) {
         CountingGui gui;
