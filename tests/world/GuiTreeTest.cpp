@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include <algorithm>
 #include <atomic>
 #include <future>
@@ -7,6 +9,7 @@
 #include <thread>
 
 #include "WorldTestSupport.h"
+#include "devhost/world/HostWorker.h"
 #include "devhost/world/TreeModel.h"
 #include "devhost/world/WorldModel.h"
 #include "guitree/GuiTree.h"
@@ -268,6 +271,58 @@ TEST_F(TreeModel, WithoutVisibilityTheStateIsUnknown) {
     guitree::StructureTreeState blind(*tree, false);
     Initialise();
     EXPECT_EQ(blind.GetVisibilityState(qxk::World::GetWorld()->tree->FindInstance("a")), guitree::VS_Num);
+}
+
+}  // namespace
+
+namespace {
+
+class Anchor : public dom::ManagedObject {};
+
+// Once the owner's actor has ended, changes of the world reach the
+// interface no more, on any thread.
+TEST(TreeModelOwner, AnOwnerWhoseActorHasEndedHearsNothingMore) {
+    wtest::CleanWorld clean;
+    ASSERT_TRUE(wtest::Load(kTreeWorld));
+    du::SmartPtr<dom::ManagedObject> anchor(new Anchor());
+    auto actor = std::make_unique<ptest::TestActor>(anchor, "tree-owner-ended");
+    actor->Start();
+    wtest::RecordingGui gui;
+    du::SmartPtr<guitree::GuiTree> tree(new guitree::GuiTree(anchor));
+    tree->SetGuiInterface(&gui);
+    actor.reset();
+    tree->Initialise(qxk::World::GetWorld());
+    devhost::AddInstanceAt("a", "late");
+    devhost::DrainHostWorker();
+    EXPECT_TRUE(gui.Calls().empty());
+    tree->Close();
+    tree->SetGuiInterface(nullptr);
+}
+
+// An owner that lets go of its tree model's interface through its own
+// destructor must be able to die while the tree is open.
+class CountedOwner : public dom::ManagedObject {
+public:
+    explicit CountedOwner(bool& gone) : gone_(gone) {}
+    ~CountedOwner() override { gone_ = true; }
+
+private:
+    bool& gone_;
+};
+
+TEST(TreeModelOwner, TheTreeDoesNotKeepItsOwnerAlive) {
+    wtest::CleanWorld clean;
+    ASSERT_TRUE(wtest::Load(kTreeWorld));
+    bool gone = false;
+    du::SmartPtr<dom::ManagedObject> owner(new CountedOwner(gone));
+    du::SmartPtr<guitree::GuiTree> tree(new guitree::GuiTree(owner));
+    owner = nullptr;
+    EXPECT_TRUE(gone);
+    wtest::RecordingGui gui;
+    tree->SetGuiInterface(&gui);
+    tree->Initialise(qxk::World::GetWorld());
+    EXPECT_EQ(gui.Names(), std::vector<std::string>{}) << "nobody is left to tell";
+    tree->SetGuiInterface(nullptr);
 }
 
 }  // namespace
