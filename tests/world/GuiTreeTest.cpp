@@ -326,3 +326,65 @@ TEST(TreeModelOwner, TheTreeDoesNotKeepItsOwnerAlive) {
 }
 
 }  // namespace
+
+namespace {
+
+// Any integer can be forced as a state, and tree models hear of it as of a
+// visibility change.
+TEST_F(TreeModel, AnOverrideTakesAnyIntegerAndIsReported) {
+    Initialise();
+    gui.Clear();
+    ASSERT_TRUE(devhost::SetVisibilityOverride("a/p1", 0));
+    owner.Sync();
+    EXPECT_EQ(State("a/p1"), 0);
+    EXPECT_EQ(gui.Names(), std::vector<std::string>{"UpdateVisAndTypeIcons"});
+    EXPECT_EQ(gui.LastState("a/p1"), 0);
+    ASSERT_TRUE(devhost::SetVisibilityOverride("a/p1", 12));
+    owner.Sync();
+    EXPECT_EQ(State("a/p1"), 12);
+    EXPECT_EQ(gui.LastState("a/p1"), 12);
+    ASSERT_TRUE(devhost::ClearVisibilityOverride("a/p1"));
+    owner.Sync();
+    EXPECT_EQ(State("a/p1"), guitree::VS_VisNoChdrnVis);
+    EXPECT_EQ(gui.LastState("a/p1"), guitree::VS_VisNoChdrnVis);
+    EXPECT_FALSE(devhost::SetVisibilityOverride("a/nothing", 3));
+    EXPECT_TRUE(AllOnOwnersThread());
+}
+
+TEST(ProxyStart, AProxyCanStartExpandedFailedOrUnexpandable) {
+    wtest::CleanWorld clean;
+    ASSERT_TRUE(wtest::Load(R"({"structure": [
+      {"name": "done", "proxy": {"start": "expanded", "children": [{"name": "in"}]}},
+      {"name": "broken", "proxy": {"start": "failed", "children": [{"name": "in"}]}},
+      {"name": "closed", "proxy": {"start": "unexpandable", "children": [{"name": "in"}]}},
+      {"name": "fresh", "proxy": {"start": "unread"}}
+    ]})"));
+    auto tree = qxk::World::GetWorld()->tree;
+    auto done = tree->FindInstance("done");
+    EXPECT_TRUE(done->IsProxy() && done->IsProxyExpanded() && !done->IsExpandableProxy());
+    EXPECT_TRUE(tree->FindInstance("done/in")) << "an expanded proxy's branch is in the tree";
+    auto broken = tree->FindInstance("broken");
+    EXPECT_TRUE(broken->IsProxy() && !broken->IsProxyExpanded() && broken->HasProxyExpandFailed());
+    EXPECT_FALSE(broken->IsExpandableProxy());
+    EXPECT_FALSE(tree->FindInstance("broken/in"));
+    auto closed = tree->FindInstance("closed");
+    EXPECT_TRUE(closed->IsProxy() && !closed->IsProxyExpanded() && !closed->HasProxyExpandFailed());
+    EXPECT_FALSE(closed->IsExpandableProxy());
+    EXPECT_TRUE(tree->FindInstance("fresh")->IsExpandableProxy());
+
+    wtest::Owner owner;
+    class Recording : public qxk::AsyncEvent {
+    public:
+        Recording() : qxk::BaseAsyncEvent(true) {}
+        void OnComplete(int status) override { statuses.push_back(status); }
+        std::vector<int> statuses;
+    };
+    du::SmartPtr<Recording> event(new Recording());
+    owner.object->ManageObject(event);
+    EXPECT_FALSE(closed->ExpandProxy(1, event.get(), nullptr, nullptr, nullptr, false, false));
+    owner.Sync();
+    EXPECT_EQ(event->statuses, std::vector<int>{qxk::BaseAsyncEvent::ES_Failed});
+    EXPECT_FALSE(tree->FindInstance("closed/in"));
+}
+
+}  // namespace
