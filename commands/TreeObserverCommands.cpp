@@ -8,8 +8,10 @@ namespace webapi {
 
 // Without a shape view active nothing happens, and the client may try again
 // later; a second observer while one is registered is dropped.
+// A null handle names no observer, and registers nothing: the publisher
+// counts on a live one.
 void WebApiModuleImpl::RegisterTreeObserver(const du::SmartPtr<TreeObserver>& observer) {
-    if (treeWatcher) return;
+    if (treeWatcher || !observer) return;
     const du::SmartPtr<qxk::ShapeScene> scene = GetActiveShapeScene();
     if (!scene) return;
     treeWatcher = new GuiTreeWatcher(du::SmartPtr<dom::ManagedObject>(this), observer, scene);

@@ -60,8 +60,10 @@ void GuiInterface::ClearTree() {
     observer->OnTreeUpdateEnd();
 }
 
+// The tree model names its listener as soon as the interface is installed;
+// without one there is nobody to tell.
 void GuiInterface::NotifySceneAndView() {
-    if (!scene) return;
+    if (!scene || !sceneViewListener) return;
     sceneViewListener->OnScene(du::SmartPtr<qxk::Scene>(scene));
     sceneViewListener->OnView(scene->GetView(0));
 }

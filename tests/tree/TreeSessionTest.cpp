@@ -246,3 +246,16 @@ TEST(TreeSession, AReadPendingAtTerminationCompletesIntoNothing) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(TreeSession, ANullObserverRegistersNothing) {
+    ttest::TreeSession session(kCar);
+    session.module->RegisterTreeObserver(nullptr);
+    session.Settle();
+    session.Register();
+    session.Settle();
+    EXPECT_TRUE(Has(session.Documents(), kCarMapping)) << "the real observer still registers";
+}
+
+}  // namespace
