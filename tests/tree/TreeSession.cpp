@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "devhost/platform/Faults.h"
+#include "devhost/samples/SampleWorlds.h"
 #include "devhost/world/Settle.h"
 #include "devhost/world/WorldControl.h"
 #include "devhost/world/WorldFile.h"
@@ -12,7 +13,10 @@ namespace ttest {
 
 TreeSession::TreeSession(const std::string& worldText) : plugin_(WEBAPI_PLUGIN_PATH) {
     try {
-        devhost::LoadWorldText(worldText);
+        if (worldText.empty())
+            devhost::LoadDefaultSampleWorld();
+        else
+            devhost::LoadWorldText(worldText);
     } catch (const devhost::WorldFileError& e) {
         ADD_FAILURE() << e.what();
     }

@@ -19,6 +19,7 @@ namespace ttest {
 // "Method document".
 class TreeSession {
 public:
+    // An empty text loads the built-in sample world.
     explicit TreeSession(const std::string& worldText);
     // Terminates and unloads the plug-in unless the test did, then drops the world.
     ~TreeSession();

@@ -259,3 +259,45 @@ TEST(TreeSession, ANullObserverRegistersNothing) {
 }
 
 }  // namespace
+
+namespace {
+
+// The id the mapping gives an idpath, or "".
+std::string IdOf(const std::vector<std::string>& documents, const std::string& idPath) {
+    const std::string tail = R"(","idpath":")" + idPath + R"("})";
+    for (const auto& document : documents) {
+        const auto at = document.find(tail);
+        if (at == std::string::npos) continue;
+        const auto start = document.rfind(R"({"id":")", at) + 7;
+        return document.substr(start, at - start);
+    }
+    return "";
+}
+
+TEST(TreeSession, OnTheSampleWorldAProxysNodeExpandsAndItsInstancesArrive) {
+    ttest::TreeSession session("");
+    session.Register();
+    session.Settle();
+    auto documents = session.Documents();
+    ASSERT_GE(documents.size(), 2u);
+    EXPECT_EQ(documents[0].rfind(R"({"treeMapping":[)", 0), 0u);
+    for (const char* path : {"drone", "drone/frame/fasteners/bolt_4", "drone/propulsion/motor_3/rotor",
+                             "drone/electronics/gps", "drone/camera_gimbal", "drone/landing_gear"})
+        EXPECT_NE(IdOf(documents, path), "") << path;
+    EXPECT_EQ(IdOf(documents, "drone/camera_gimbal/mount"), "") << "not read yet";
+    EXPECT_EQ(documents[1].rfind(R"({"treeUpdate":[)", 0), 0u);
+
+    const std::string gimbal = IdOf(documents, "drone/camera_gimbal");
+    session.Clear();
+    session.Select(R"({"primaryNode":")" + gimbal + R"("})");
+    session.Settle();
+    documents = session.Documents();
+    for (const char* path : {"drone/camera_gimbal/mount", "drone/camera_gimbal/yaw_motor", "drone/camera_gimbal/camera"}) {
+        const std::string id = IdOf(documents, path);
+        ASSERT_NE(id, "") << path;
+        EXPECT_TRUE(Has(documents, R"({"id":")" + id + R"(","state":"1","loaded":"true"})")) << path;
+        EXPECT_TRUE(devhost::ShapeOf("Model", path).visible) << path;
+    }
+}
+
+}  // namespace
