@@ -2,7 +2,16 @@
 # loads, built from it. Module code sees only hostapi/, the standard library
 # and RapidJSON.
 add_library(webapi_core STATIC
+  commands/ActiveShapeScene.cpp
+  commands/AnnotationSetCommands.cpp
+  commands/ApplicationWorld.cpp
+  commands/ColourCommands.cpp
+  commands/ColourText.cpp
+  commands/ModelAnnotationCommands.cpp
+  commands/ModuleTrace.cpp
   commands/PendingCommands.cpp
+  commands/SelectionCommands.cpp
+  commands/ViewablesCommands.cpp
   commands/WebApiModuleImpl.cpp
   host/WebApiModuleThread.cpp
   loader/ShapeSceneLoader.cpp

@@ -1,6 +1,7 @@
 #include "commands/WebApiModuleImpl.h"
 
 #include "loader/ShapeSceneLoader.h"
+#include "qxk/BaseInstanceVisitor.h"
 #include "qxkapp/PSBSelectionObserver.h"
 #include "qxkapp/QxkApp.h"
 #include "qxkapp/SceneManager.h"
@@ -19,7 +20,8 @@ WebApiModuleImpl::WebApiModuleImpl()
 
 // Members go in reverse order, the scene loader first and the scene manager
 // last. The observers stay registered with the host: they are only released.
-WebApiModuleImpl::~WebApiModuleImpl() = default;
+// The latest viewables visitor goes with the module, as no fetch holds it.
+WebApiModuleImpl::~WebApiModuleImpl() { delete viewableVisitor; }
 
 short WebApiModuleImpl::BaseClassOffsetByName(const du::Symbol& name) const {
     return remote::BaseClassOffsetOf<WebApiModule>(name);
