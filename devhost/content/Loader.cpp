@@ -16,8 +16,8 @@ bool IsRegularFile(const std::string& path) {
 
 }  // namespace
 
-bool Loader::GetFileForUrl(const du::Symbol& url, const du::Symbol& source, qxloader::FileEvent* event, bool,
-                           bool, const du::Symbol&, const du::Symbol&) {
+bool Loader::GetFileForUrl(const du::Symbol& url, const du::Symbol& source, qxloader::FileEvent* event,
+                           bool useCache, bool reload, const du::Symbol& user, const du::Symbol& password) {
     if (HitFault("qxloader::Loader::GetFileForUrl") || !event) return false;
     std::string path;
     // Only file URLs into the world's folder can be had; anything else fails
@@ -39,6 +39,10 @@ bool Loader::GetFileForUrl(const du::Symbol& url, const du::Symbol& source, qxlo
         record.source = source;
         record.localPath = reachable ? du::Symbol(path) : du::Symbol::EMPTY;
         record.mode = rule.mode;
+        record.useCache = useCache;
+        record.reload = reload;
+        record.user = user;
+        record.password = password;
         fetches_.push_back(record);
         pending_[number] = {du::SmartPtr<qxloader::FileEvent>(event), reachable && rule.mode != FetchMode::Fail};
         startNow = (rule.mode == FetchMode::Deliver || rule.mode == FetchMode::Fail) &&

@@ -36,6 +36,11 @@ struct FetchRecord {
     du::Symbol source;
     du::Symbol localPath;  // empty for a URL outside the world's folder
     FetchMode mode = FetchMode::Deliver;
+    // The rest of the call's arguments, as given.
+    bool useCache = false;
+    bool reload = false;
+    du::Symbol user;
+    du::Symbol password;
     bool completed = false;
     int status = -1;  // completion status once completed
 };
