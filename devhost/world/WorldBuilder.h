@@ -22,7 +22,9 @@ namespace devhost {
 // name with "/", an id used twice) throw std::invalid_argument.
 class WorldBuilder {
 public:
-    explicit WorldBuilder(const std::string& actorName = "world");
+    // Without a tree the world shows none (see WorldModel): instances can't be
+    // added to it.
+    explicit WorldBuilder(const std::string& actorName = "world", bool withTree = true);
     // A builder that never published lets go of what it made.
     ~WorldBuilder();
     WorldBuilder(const WorldBuilder&) = delete;

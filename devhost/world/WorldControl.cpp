@@ -17,7 +17,7 @@ TreeModel* CurrentTree() {
 InstanceNode* AddInstanceAt(const std::string& parentIdPath, const std::string& name) {
     if (name.empty() || name.find('/') != std::string::npos) return nullptr;
     du::SmartPtr<WorldModel> world = CurrentWorld();
-    if (!world) return nullptr;
+    if (!world || !world->tree) return nullptr;
     TreeChange change;
     InstanceNode* made = nullptr;
     {
@@ -48,6 +48,11 @@ bool RemoveInstanceAt(const std::string& idPath) {
     }
     world->Tree().NotifyTree(change);
     return true;
+}
+
+du::SmartPtr<WorldModel> UseWorldWithoutTree() {
+    du::SmartPtr<WorldModel> present = CurrentWorld();
+    return MakeWorld(present ? present->actorName : "world", false);
 }
 
 InstanceNode* FindInstanceAt(const std::string& idPath) {

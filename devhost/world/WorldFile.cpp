@@ -103,6 +103,8 @@ ProxyCompletion Completion(const Value& value, const std::string& place) {
     FailAt(place, "\"" + text + "\" is not one of \"auto\", \"manual\"");
 }
 
+const Value kNoInstances(rapidjson::kArrayType);
+
 class FileReader {
 public:
     // Deeper structures are refused rather than read by deep recursion.
@@ -113,7 +115,11 @@ public:
     void Read(const Value& root) {
         Object(root, "");
         if (const Value* name = Optional(root, "structureName")) builder_.SetStructureName(Text(*name, "/structureName"));
-        const Value& structure = Array(Need(root, "structure", ""), "/structure");
+        const bool withTree = static_cast<bool>(builder_.World().tree);
+        const Value* structureValue = withTree ? &Need(root, "structure", "") : Optional(root, "structure");
+        if (!structureValue) structureValue = &kNoInstances;
+        const Value& structure = Array(*structureValue, "/structure");
+        if (!withTree && structure.Size() != 0) FailAt("/structure", "a world with no tree has no instances");
         for (rapidjson::SizeType i = 0; i < structure.Size(); ++i) Node(structure[i], nullptr, At("/structure", i));
         if (const Value* scenes = Optional(root, "scenes")) {
             Array(*scenes, "/scenes");
@@ -130,8 +136,8 @@ public:
         if (const Value* messages = Optional(root, "messages")) Messages(*messages, "/messages");
         for (auto it = root.MemberBegin(); it != root.MemberEnd(); ++it) {
             std::string key(it->name.GetString(), it->name.GetStringLength());
-            static const std::set<std::string> own{"actorName", "structureName", "structure", "scenes", "activeView",
-                                                   "messages"};
+            static const std::set<std::string> own{"actorName", "tree",       "structureName", "structure",
+                                                   "scenes",    "activeView", "messages"};
             if (own.count(key)) continue;
             WorldSectionHandler handler;
             {
@@ -333,9 +339,12 @@ du::SmartPtr<WorldModel> LoadWorldText(const std::string& text, const std::strin
             throw WorldFileError("at " + LineAndColumn(text, document.GetErrorOffset()) + ": " +
                                  rapidjson::GetParseError_En(document.GetParseError()));
         std::string actorName = "world";
-        if (document.IsObject())
+        bool withTree = true;
+        if (document.IsObject()) {
             if (const Value* name = Optional(document, "actorName")) actorName = Text(*name, "/actorName");
-        WorldBuilder builder(actorName);
+            if (const Value* tree = Optional(document, "tree")) withTree = Flag(*tree, "/tree");
+        }
+        WorldBuilder builder(actorName, withTree);
         FileReader(builder).Read(document);
         return builder.Publish();
     } catch (const WorldFileError& e) {
