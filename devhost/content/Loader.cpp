@@ -4,6 +4,7 @@
 
 #include "devhost/content/Viewables.h"
 #include "devhost/platform/Faults.h"
+#include "devhost/platform/ObjectRegistry.h"
 #include "devhost/world/HostWorker.h"
 
 namespace devhost {
@@ -44,7 +45,13 @@ bool Loader::GetFileForUrl(const du::Symbol& url, const du::Symbol& source, qxlo
         record.user = user;
         record.password = password;
         fetches_.push_back(record);
-        pending_[number] = {du::SmartPtr<qxloader::FileEvent>(event), reachable && rule.mode != FetchMode::Fail};
+        Waiting waiting;
+        if (event->IsManaged())
+            waiting.managedId = event->GetBinding().id;
+        else
+            waiting.event = event;
+        waiting.succeed = reachable && rule.mode != FetchMode::Fail;
+        pending_[number] = waiting;
         startNow = (rule.mode == FetchMode::Deliver || rule.mode == FetchMode::Fail) &&
                    (rule.after.IsNull() || SourceCompleted(rule.after));
     }
@@ -118,12 +125,12 @@ void Loader::Finish(std::size_t number, bool succeed) {
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = pending_.find(number);
         if (found == pending_.end()) return;
-        event = found->second.event;
+        event = EventOf(found->second);
         pending_.erase(found);
         FetchRecord& record = fetches_[number];
         record.completed = true;
         record.status = succeed ? 0 : 1;
-        if (succeed) event->SetLocalPath(record.localPath);
+        if (succeed && event) event->SetLocalPath(record.localPath);
         // Fetches that were to arrive after this one may go now.
         for (const auto& waiting : pending_) {
             const FetchRecord& other = fetches_[waiting.first];
@@ -133,11 +140,20 @@ void Loader::Finish(std::size_t number, bool succeed) {
                 released.push_back(waiting.first);
         }
     }
-    if (succeed)
+    if (!event) {
+        // Its actor has ended: nobody is left to hear of the file.
+    } else if (succeed) {
         event->Complete();
-    else
+    } else {
         event->CompleteWithError(1);
+    }
     for (std::size_t next : released) Schedule(next);
+}
+
+du::SmartPtr<qxloader::FileEvent> Loader::EventOf(const Waiting& waiting) {
+    if (waiting.event) return waiting.event;
+    return du::SmartPtr<qxloader::FileEvent>(
+        dynamic_cast<qxloader::FileEvent*>(FindBoundObject(waiting.managedId).get()));
 }
 
 bool Loader::SourceCompleted(const du::Symbol& source) const {
