@@ -4,7 +4,6 @@
 
 #include "devhost/content/Viewables.h"
 #include "devhost/platform/Faults.h"
-#include "devhost/platform/ObjectRegistry.h"
 #include "devhost/world/HostWorker.h"
 
 namespace devhost {
@@ -45,13 +44,8 @@ bool Loader::GetFileForUrl(const du::Symbol& url, const du::Symbol& source, qxlo
         record.user = user;
         record.password = password;
         fetches_.push_back(record);
-        Waiting waiting;
-        if (event->IsManaged())
-            waiting.managedId = event->GetBinding().id;
-        else
-            waiting.event = event;
-        waiting.succeed = reachable && rule.mode != FetchMode::Fail;
-        pending_[number] = waiting;
+        pending_.emplace(number, Waiting{PendingEvent<qxloader::FileEvent>(event),
+                                         reachable && rule.mode != FetchMode::Fail});
         startNow = (rule.mode == FetchMode::Deliver || rule.mode == FetchMode::Fail) &&
                    (rule.after.IsNull() || SourceCompleted(rule.after));
     }
@@ -125,7 +119,7 @@ void Loader::Finish(std::size_t number, bool succeed) {
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = pending_.find(number);
         if (found == pending_.end()) return;
-        event = EventOf(found->second);
+        event = found->second.event.Get();
         pending_.erase(found);
         FetchRecord& record = fetches_[number];
         record.completed = true;
@@ -148,12 +142,6 @@ void Loader::Finish(std::size_t number, bool succeed) {
         event->CompleteWithError(1);
     }
     for (std::size_t next : released) Schedule(next);
-}
-
-du::SmartPtr<qxloader::FileEvent> Loader::EventOf(const Waiting& waiting) {
-    if (waiting.event) return waiting.event;
-    return du::SmartPtr<qxloader::FileEvent>(
-        dynamic_cast<qxloader::FileEvent*>(FindBoundObject(waiting.managedId).get()));
 }
 
 bool Loader::SourceCompleted(const du::Symbol& source) const {

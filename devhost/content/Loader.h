@@ -7,6 +7,7 @@
 #include <tuple>
 #include <vector>
 
+#include "devhost/platform/PendingEvent.h"
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
 #include "qxloader/FileEvent.h"
@@ -72,11 +73,7 @@ public:
 
 private:
     struct Waiting {
-        // An event managed under an actor is that actor's: the loader names
-        // it by its id, and lets it go with the actor, whose code may be
-        // unloaded afterwards. Any other event the loader holds.
-        du::SmartPtr<qxloader::FileEvent> event;
-        unsigned long long managedId = 0;
+        PendingEvent<qxloader::FileEvent> event;
         bool succeed = true;
         bool released = false;  // a held fetch is released once
     };
@@ -84,8 +81,6 @@ private:
     void Schedule(std::size_t number);
     void Finish(std::size_t number, bool succeed);
     bool SourceCompleted(const du::Symbol& source) const;
-    // The event of a waiting fetch; null once its actor has ended.
-    static du::SmartPtr<qxloader::FileEvent> EventOf(const Waiting& waiting);
 
     const std::string folder_;
     mutable std::mutex mutex_;

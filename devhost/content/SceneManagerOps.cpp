@@ -5,6 +5,7 @@
 #include "devhost/content/SceneContent.h"
 #include "devhost/content/WorldContent.h"
 #include "devhost/platform/Faults.h"
+#include "devhost/platform/PendingEvent.h"
 #include "devhost/world/Application.h"
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/SceneModel.h"
@@ -124,12 +125,13 @@ void SceneManager::ApplyAnnotations(const du::SmartPtr<qxk::Scene>& scene,
     du::SmartPtr<qxk::Tree> setTree = tree;
     if (!setTree)
         if (du::SmartPtr<qxk::World> world = qxk::World::GetWorld()) setTree = world->tree;
-    du::SmartPtr<SceneLoadedEvent> reported(event);
+    const devhost::PendingEvent<SceneLoadedEvent> pending(event);
     // Runs on the host's worker, as a viewer reads a set in the background:
     // the scene shows the set's shapes, then the event reports the end.
-    auto finish = [content, index, scene, shapes, setTree, reported](int status) {
+    auto finish = [content, index, scene, shapes, setTree, pending](int status) {
         if (status == 0) ShowSetShapes(du::DynamicCast<qxk::ShapeScene>(scene), setTree, shapes);
         content->SetAppliedStatus(index, status);
+        const du::SmartPtr<SceneLoadedEvent> reported = pending.Get();
         if (!reported) return;
         if (status == 0)
             reported->Complete();

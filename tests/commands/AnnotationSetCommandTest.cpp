@@ -8,6 +8,7 @@
 #include "devhost/content/SceneContent.h"
 #include "devhost/content/WorldContent.h"
 #include "devhost/samples/SampleWorlds.h"
+#include "devhost/world/HostWorker.h"
 #include "devhost/world/WorldControl.h"
 #include "qxk/Scene.h"
 #include "qxk/ShapeScene.h"
@@ -183,6 +184,23 @@ TEST_F(AnnotationSetCommand, AppliesHeldByTheHostCanEndOutOfOrderAndTheSceneWait
     EXPECT_FALSE(devhost::ShapeOf("Steps", "car/body").present);
     EXPECT_EQ((std::vector<bool>{true, false}), content->GetPlugin()->AnnotationsApplied());
     EXPECT_EQ(2, content->AppliedSets()[0].status);
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(AnnotationSetCommand, AnApplyStillHeldWhenThePluginGoesNeverReachesItsUnloadedCode) {
+    cmdtest::WorldFile world(ctest::SmallWorld(R"(, "annotationSets": [ { "name": "Marks", "held": true } ])"));
+    {
+        cmdtest::PluginSession session;
+        session.Module().LoadAnnotationSet("Marks");
+        session.Settle();
+    }
+    EXPECT_TRUE(devhost::CurrentContent()->ReleaseApply(0, 0));
+    devhost::DrainHostWorker();
+    EXPECT_EQ(0, devhost::CurrentContent()->AppliedSets()[0].status);
+    EXPECT_TRUE(devhost::CurrentContent()->GetPlugin()->AnnotationsApplied().empty());
 }
 
 }  // namespace
