@@ -3,8 +3,16 @@
 # and RapidJSON.
 add_library(webapi_core STATIC
   commands/ActiveShapeScene.cpp
+  commands/AnnotationSetCommands.cpp
+  commands/ApplicationWorld.cpp
+  commands/ColourCommands.cpp
+  commands/ColourText.cpp
+  commands/ModelAnnotationCommands.cpp
+  commands/ModuleTrace.cpp
   commands/PendingCommands.cpp
+  commands/SelectionCommands.cpp
   commands/TreeObserverCommands.cpp
+  commands/ViewablesCommands.cpp
   commands/WebApiModuleImpl.cpp
   host/WebApiModuleThread.cpp
   publisher/GuiInterface.cpp

@@ -1,13 +1,14 @@
 #include "commands/WebApiModuleImpl.h"
 
 #include "loader/ShapeSceneLoader.h"
-#include "tree/GuiTreeWatcher.h"
+#include "qxk/BaseInstanceVisitor.h"
 #include "qxkapp/PSBSelectionObserver.h"
 #include "qxkapp/QxkApp.h"
 #include "qxkapp/SceneManager.h"
 #include "qxkapp/ViewerWorkflowManagerObserverImpl.h"
 #include "remote/InterfaceTable.h"
 #include "remote/WebApiModuleDispatch.h"
+#include "tree/GuiTreeWatcher.h"
 
 namespace webapi {
 
@@ -21,7 +22,11 @@ WebApiModuleImpl::WebApiModuleImpl()
 // A remaining tree watcher goes first, as an unregistration would take it.
 // Members go in reverse order, the scene loader first and the scene manager
 // last. The observers stay registered with the host: they are only released.
-WebApiModuleImpl::~WebApiModuleImpl() { delete treeWatcher; }
+// The latest viewables visitor goes with the module, as no fetch holds it.
+WebApiModuleImpl::~WebApiModuleImpl() {
+    delete treeWatcher;
+    delete viewableVisitor;
+}
 
 short WebApiModuleImpl::BaseClassOffsetByName(const du::Symbol& name) const {
     return remote::BaseClassOffsetOf<WebApiModule>(name);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ostream>
 #include <vector>
 
 #include "dom/ManagedObject.h"
@@ -14,6 +15,7 @@ class GuiTreeWatcher;
 
 namespace qxk {
 class BaseInstanceVisitor;
+class SelectionItemRepresentation;
 class ShapeScene;
 }  // namespace qxk
 
@@ -48,6 +50,14 @@ public:
     void HandleTimeoutEvent(long long timerId) override;
     void OnManage() override;
 
+    // Appends the selection document of the representations to out; nothing
+    // for none.
+    void WriteSelectionDocument(std::ostream& out,
+                                const std::vector<du::SmartPtr<qxk::SelectionItemRepresentation>>& representations);
+    // Answers the latest viewables request with every viewable it found.
+    void SendViewables();
+    // A thumbnail fetch of a viewables request has ended, well or not.
+    void OnThumbnailFetched(int index, const du::Symbol& path);
     // The active view's scene if that view is a shape view, else null.
     du::SmartPtr<qxk::ShapeScene> GetActiveShapeScene();
 

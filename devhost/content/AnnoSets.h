@@ -8,12 +8,22 @@
 
 namespace devhost {
 
+// A shape instance that applying a set gives its scene.
+struct AnnoSetShape {
+    du::Symbol idPath;
+    bool visible = true;
+};
+
 struct AnnoSetDesc {
     du::Symbol name;
     du::Symbol propName;
     qxk::AnnoSetContentType contentType = qxk::AnnoSetContentModel;
     // What kind of scene the scene manager builds for this set.
     enum class SceneKind { Shape, Illustration3d, Plain } sceneKind = SceneKind::Shape;
+    // What the set shows once applied to a shape scene.
+    std::vector<AnnoSetShape> shapes;
+    // An application of a held set waits until a test releases it.
+    bool held = false;
 };
 
 class AnnoSetTableEntry final : public qxk::AnnoSetTableEntry {

@@ -117,6 +117,37 @@ bool ReadViewable(Reader& r, const rapidjson::Value& value, const std::string& p
     return true;
 }
 
+// A list of viewables at place, as one component's.
+bool ReadViewableList(Reader& r, const rapidjson::Value& value, const std::string& place,
+                      du::SmartPtr<qxk::ComponentNode>& component) {
+    if (!r.Expect(value.IsArray(), place, "must be an array")) return false;
+    std::vector<du::SmartPtr<qxk::ViewableSource>> sources;
+    for (rapidjson::SizeType i = 0; i < value.Size(); ++i) {
+        ViewableDesc viewable;
+        if (!ReadViewable(r, value[i], Index(place, i), viewable)) return false;
+        sources.push_back(MakeViewable(viewable));
+    }
+    component = new ComponentNode(std::move(sources));
+    return true;
+}
+
+bool ReadViewableSets(Reader& r, const rapidjson::Value& value, const std::string& at, WorldContent& content) {
+    if (!r.Expect(value.IsObject(), at, "must be an object of sets by name")) return false;
+    for (auto set = value.MemberBegin(); set != value.MemberEnd(); ++set) {
+        const std::string name = set->name.GetString();
+        const std::string place = at + "/" + name;
+        if (!r.Expect(!name.empty(), place, "a set needs a name") ||
+            !r.Expect(set->value.IsObject(), place, "must be an object of viewables by idpath"))
+            return false;
+        for (auto entry = set->value.MemberBegin(); entry != set->value.MemberEnd(); ++entry) {
+            du::SmartPtr<qxk::ComponentNode> component;
+            if (!ReadViewableList(r, entry->value, place + "/" + entry->name.GetString(), component)) return false;
+            content.AddToViewableSet(name, entry->name.GetString(), component);
+        }
+    }
+    return true;
+}
+
 bool ReadComponents(Reader& r, const rapidjson::Value& value, const std::string& at, WorldContent& content) {
     if (!r.Expect(value.IsObject(), at, "must be an object of components by idpath")) return false;
     for (auto entry = value.MemberBegin(); entry != value.MemberEnd(); ++entry) {
@@ -134,16 +165,9 @@ bool ReadComponents(Reader& r, const rapidjson::Value& value, const std::string&
             if (!instance.shape) return r.Fail(place + "/shape", "no shape \"" + shapeName.str() + "\"");
         }
         auto viewables = desc.FindMember("viewables");
-        if (viewables != desc.MemberEnd()) {
-            if (!r.Expect(viewables->value.IsArray(), place + "/viewables", "must be an array")) return false;
-            std::vector<du::SmartPtr<qxk::ViewableSource>> sources;
-            for (rapidjson::SizeType i = 0; i < viewables->value.Size(); ++i) {
-                ViewableDesc viewable;
-                if (!ReadViewable(r, viewables->value[i], Index(place + "/viewables", i), viewable)) return false;
-                sources.push_back(MakeViewable(viewable));
-            }
-            instance.component = new ComponentNode(std::move(sources));
-        }
+        if (viewables != desc.MemberEnd() &&
+            !ReadViewableList(r, viewables->value, place + "/viewables", instance.component))
+            return false;
         content.SetContentForPath(entry->name.GetString(), instance);
     }
     return true;
@@ -212,6 +236,27 @@ bool ReadModules(Reader& r, const rapidjson::Value& value, const std::string& at
     return true;
 }
 
+bool ReadAnnoSetShapes(Reader& r, const rapidjson::Value& desc, const std::string& at, AnnoSetDesc& set) {
+    auto shapes = desc.FindMember("shapes");
+    if (shapes == desc.MemberEnd()) return true;
+    const std::string list = at + "/shapes";
+    if (!r.Expect(shapes->value.IsArray(), list, "must be an array")) return false;
+    for (rapidjson::SizeType i = 0; i < shapes->value.Size(); ++i) {
+        const rapidjson::Value& shape = shapes->value[i];
+        const std::string place = Index(list, i);
+        AnnoSetShape parsed;
+        if (shape.IsString()) {
+            parsed.idPath = du::Symbol(shape.GetString());
+        } else if (!r.Expect(shape.IsObject(), place, "must be an idpath or an object") ||
+                   !r.String(shape, "instance", place, parsed.idPath, true) ||
+                   !r.Bool(shape, "visible", place, parsed.visible)) {
+            return false;
+        }
+        set.shapes.push_back(parsed);
+    }
+    return true;
+}
+
 bool ReadAnnotationSets(Reader& r, const rapidjson::Value& value, const std::string& at, WorldContent& content) {
     static const std::map<std::string, AnnoSetDesc::SceneKind> kinds = {
         {"shape", AnnoSetDesc::SceneKind::Shape},
@@ -242,6 +287,7 @@ bool ReadAnnotationSets(Reader& r, const rapidjson::Value& value, const std::str
             if (kind == kinds.end()) return r.Fail(place + "/scene", "unknown scene kind \"" + scene.str() + "\"");
             set.sceneKind = kind->second;
         }
+        if (!r.Bool(desc, "held", place, set.held) || !ReadAnnoSetShapes(r, desc, place, set)) return false;
         if (fails) content.SetApplyFails(set.name);
         sets.push_back(set);
     }
@@ -306,8 +352,8 @@ bool ReadSelection(Reader& r, const rapidjson::Value& value, const std::string& 
 }  // namespace
 
 const std::vector<std::string>& ContentSectionNames() {
-    static const std::vector<std::string> names = {"geometry", "components",    "loader",
-                                                   "modules", "annotationSets", "selection"};
+    static const std::vector<std::string> names = {"geometry", "components",     "viewableSets", "loader",
+                                                   "modules",  "annotationSets", "selection"};
     return names;
 }
 
@@ -316,6 +362,7 @@ bool ReadContentSection(const std::string& key, const rapidjson::Value& value, c
     Reader r(error);
     if (key == "geometry") return ReadShapes(r, value, place, content);
     if (key == "components") return ReadComponents(r, value, place, content);
+    if (key == "viewableSets") return ReadViewableSets(r, value, place, content);
     if (key == "loader") return ReadLoader(r, value, place, content);
     if (key == "modules") return ReadModules(r, value, place, content);
     if (key == "annotationSets") return ReadAnnotationSets(r, value, place, content);

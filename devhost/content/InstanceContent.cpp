@@ -36,9 +36,11 @@ void Instance::GetComponentNode(du::SmartPtr<ComponentNode>& node) const {
     if (devhost::HitFault("qxk::Instance::GetComponentNode")) return;
     devhost::InstanceContent content = devhost::GetInstanceContent(*this);
     if (!content.hasComponent) return;
+    du::SmartPtr<devhost::WorldContent> world = devhost::CurrentContent();
+    if (world && world->ComponentInViewableSet(GetIdPath().str(), node)) return;
     if (content.component) {
         node = content.component;
-    } else if (auto world = devhost::CurrentContent()) {
+    } else if (world) {
         node = world->EmptyComponent();
     }
 }
@@ -70,22 +72,31 @@ du::Symbol OwnMarkupId(const ShapeInstance& shapeInstance, const qxg::Markup* ma
     return shape->GetObject(id) == markup ? id : du::Symbol();
 }
 
+// Shows or hides a markup of the instance's own shape, and records the call.
+void ChangeMarkupVisibility(ShapeInstance& shapeInstance, const char* method, const qxg::Markup* markup,
+                            GeomOverride::Visibility visibility, const du::SmartPtr<Operation>& operation) {
+    du::Symbol id = OwnMarkupId(shapeInstance, markup);
+    if (id.IsNull() || (visibility != GeomOverride::hidden && visibility != GeomOverride::shown)) return;
+    devhost::RecordMarkupCall(shapeInstance, {method, id, visibility, operation});
+    devhost::SetMarkupVisibility(shapeInstance, id, visibility);
+}
+
 }  // namespace
 
 void ShapeInstance::ShowMarkup(const du::SmartPtr<qxg::Markup>& markup, const du::SmartPtr<Operation>& operation) {
-    SetMarkupVisibility(markup.get(), GeomOverride::shown, operation);
+    if (devhost::HitFault("qxk::ShapeInstance::ShowMarkup")) return;
+    ChangeMarkupVisibility(*this, "ShowMarkup", markup.get(), GeomOverride::shown, operation);
 }
 
 void ShapeInstance::HideMarkup(const du::SmartPtr<qxg::Markup>& markup, const du::SmartPtr<Operation>& operation) {
-    SetMarkupVisibility(markup.get(), GeomOverride::hidden, operation);
+    if (devhost::HitFault("qxk::ShapeInstance::HideMarkup")) return;
+    ChangeMarkupVisibility(*this, "HideMarkup", markup.get(), GeomOverride::hidden, operation);
 }
 
 void ShapeInstance::SetMarkupVisibility(const qxg::Markup* markup, GeomOverride::Visibility visibility,
-                                        const du::SmartPtr<Operation>&) {
+                                        const du::SmartPtr<Operation>& operation) {
     if (devhost::HitFault("qxk::ShapeInstance::SetMarkupVisibility")) return;
-    du::Symbol id = OwnMarkupId(*this, markup);
-    if (id.IsNull() || (visibility != GeomOverride::hidden && visibility != GeomOverride::shown)) return;
-    devhost::SetMarkupVisibility(*this, id, visibility);
+    ChangeMarkupVisibility(*this, "SetMarkupVisibility", markup, visibility, operation);
 }
 
 void ShapeInstance::OverrideMarkupColor(const du::SmartPtr<qxg::Markup>& markup, const dg::Color& color) {

@@ -16,8 +16,8 @@ bool IsRegularFile(const std::string& path) {
 
 }  // namespace
 
-bool Loader::GetFileForUrl(const du::Symbol& url, const du::Symbol& source, qxloader::FileEvent* event, bool,
-                           bool, const du::Symbol&, const du::Symbol&) {
+bool Loader::GetFileForUrl(const du::Symbol& url, const du::Symbol& source, qxloader::FileEvent* event,
+                           bool useCache, bool reload, const du::Symbol& user, const du::Symbol& password) {
     if (HitFault("qxloader::Loader::GetFileForUrl") || !event) return false;
     std::string path;
     // Only file URLs into the world's folder can be had; anything else fails
@@ -39,8 +39,13 @@ bool Loader::GetFileForUrl(const du::Symbol& url, const du::Symbol& source, qxlo
         record.source = source;
         record.localPath = reachable ? du::Symbol(path) : du::Symbol::EMPTY;
         record.mode = rule.mode;
+        record.useCache = useCache;
+        record.reload = reload;
+        record.user = user;
+        record.password = password;
         fetches_.push_back(record);
-        pending_[number] = {du::SmartPtr<qxloader::FileEvent>(event), reachable && rule.mode != FetchMode::Fail};
+        pending_.emplace(number, Waiting{PendingEvent<qxloader::FileEvent>(event),
+                                         reachable && rule.mode != FetchMode::Fail});
         startNow = (rule.mode == FetchMode::Deliver || rule.mode == FetchMode::Fail) &&
                    (rule.after.IsNull() || SourceCompleted(rule.after));
     }
@@ -114,12 +119,12 @@ void Loader::Finish(std::size_t number, bool succeed) {
         std::lock_guard<std::mutex> lock(mutex_);
         auto found = pending_.find(number);
         if (found == pending_.end()) return;
-        event = found->second.event;
+        event = found->second.event.Get();
         pending_.erase(found);
         FetchRecord& record = fetches_[number];
         record.completed = true;
         record.status = succeed ? 0 : 1;
-        if (succeed) event->SetLocalPath(record.localPath);
+        if (succeed && event) event->SetLocalPath(record.localPath);
         // Fetches that were to arrive after this one may go now.
         for (const auto& waiting : pending_) {
             const FetchRecord& other = fetches_[waiting.first];
@@ -129,10 +134,13 @@ void Loader::Finish(std::size_t number, bool succeed) {
                 released.push_back(waiting.first);
         }
     }
-    if (succeed)
+    if (!event) {
+        // Its actor has ended: nobody is left to hear of the file.
+    } else if (succeed) {
         event->Complete();
-    else
+    } else {
         event->CompleteWithError(1);
+    }
     for (std::size_t next : released) Schedule(next);
 }
 

@@ -7,6 +7,7 @@
 #include <tuple>
 #include <vector>
 
+#include "devhost/platform/PendingEvent.h"
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
 #include "qxloader/FileEvent.h"
@@ -36,6 +37,11 @@ struct FetchRecord {
     du::Symbol source;
     du::Symbol localPath;  // empty for a URL outside the world's folder
     FetchMode mode = FetchMode::Deliver;
+    // The rest of the call's arguments, as given.
+    bool useCache = false;
+    bool reload = false;
+    du::Symbol user;
+    du::Symbol password;
     bool completed = false;
     int status = -1;  // completion status once completed
 };
@@ -67,7 +73,7 @@ public:
 
 private:
     struct Waiting {
-        du::SmartPtr<qxloader::FileEvent> event;
+        PendingEvent<qxloader::FileEvent> event;
         bool succeed = true;
         bool released = false;  // a held fetch is released once
     };

@@ -18,6 +18,7 @@ struct SceneExtras final : du::RefCounted {
 struct MarkupExtras final : du::RefCounted {
     std::map<du::Symbol, qxk::GeomOverride::Visibility> visibility;
     std::map<du::Symbol, dg::Color> colors;
+    std::vector<MarkupCall> calls;
 };
 
 // Under the world lock.
@@ -75,6 +76,16 @@ qxk::GeomOverride::Visibility GetMarkupVisibility(const qxk::ShapeInstance& shap
     const auto& visibility = ExtrasOf(shapeInstance).visibility;
     auto found = visibility.find(markupId);
     return found == visibility.end() ? qxk::GeomOverride::shown : found->second;
+}
+
+void RecordMarkupCall(const qxk::ShapeInstance& shapeInstance, const MarkupCall& call) {
+    WorldGuard guard(WorldMutex());
+    ExtrasOf(shapeInstance).calls.push_back(call);
+}
+
+std::vector<MarkupCall> MarkupCallsOf(const qxk::ShapeInstance& shapeInstance) {
+    WorldGuard guard(WorldMutex());
+    return ExtrasOf(shapeInstance).calls;
 }
 
 void SetMarkupColor(const qxk::ShapeInstance& shapeInstance, const du::Symbol& markupId, const dg::Color& color) {

@@ -31,6 +31,17 @@ std::vector<du::SmartPtr<qxannotations::Label>> LabelsOf(const qxk::Scene& scene
 void SetMarkupVisibility(const qxk::ShapeInstance& shapeInstance, const du::Symbol& markupId,
                          qxk::GeomOverride::Visibility visibility);
 qxk::GeomOverride::Visibility GetMarkupVisibility(const qxk::ShapeInstance& shapeInstance, const du::Symbol& markupId);
+// A call that asked a shape instance to show or hide a markup of its own
+// shape: which operation (ShowMarkup, HideMarkup, SetMarkupVisibility), the
+// markup's id, the visibility and the operation object passed.
+struct MarkupCall {
+    const char* method;
+    du::Symbol markupId;
+    qxk::GeomOverride::Visibility visibility;
+    du::SmartPtr<qxk::Operation> operation;
+};
+void RecordMarkupCall(const qxk::ShapeInstance& shapeInstance, const MarkupCall& call);
+std::vector<MarkupCall> MarkupCallsOf(const qxk::ShapeInstance& shapeInstance);
 void SetMarkupColor(const qxk::ShapeInstance& shapeInstance, const du::Symbol& markupId, const dg::Color& color);
 bool GetMarkupColor(const qxk::ShapeInstance& shapeInstance, const du::Symbol& markupId, dg::Color& color);
 

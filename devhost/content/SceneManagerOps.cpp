@@ -5,12 +5,15 @@
 #include "devhost/content/SceneContent.h"
 #include "devhost/content/WorldContent.h"
 #include "devhost/platform/Faults.h"
+#include "devhost/platform/PendingEvent.h"
 #include "devhost/world/Application.h"
-#include "devhost/world/Concrete.h"
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/SceneModel.h"
 #include "devhost/world/ViewModel.h"
 #include "qxk/Instance.h"
+#include "qxk/ShapeScene.h"
+#include "qxk/Tree.h"
+#include "qxk/World.h"
 #include "qxk/illustration/Illustration3dScene.h"
 #include "qxkapp/SceneLoadedEvent.h"
 
@@ -19,6 +22,19 @@ namespace {
 const devhost::AnnoSetDesc* DescOf(const du::SmartPtr<qxk::AnnoSetTableEntry>& entry) {
     const auto* own = dynamic_cast<const devhost::AnnoSetTableEntry*>(entry.get());
     return own ? &own->GetDesc() : nullptr;
+}
+
+// Gives the scene the shape instances that an applied set shows. Instances
+// that are not in the tree are passed over, as a viewer skips what it
+// cannot find.
+void ShowSetShapes(const du::SmartPtr<qxk::ShapeScene>& scene, const du::SmartPtr<qxk::Tree>& tree,
+                   const std::vector<devhost::AnnoSetShape>& shapes) {
+    if (!scene || !tree) return;
+    for (const auto& shape : shapes) {
+        du::SmartPtr<qxk::Instance> instance = tree->FindInstance(shape.idPath);
+        if (instance)
+            scene->AddShapeInstance(instance, shape.visible ? qxk::ShapeScene::AM_Visible : qxk::ShapeScene::AM_Hidden);
+    }
 }
 
 }  // namespace
@@ -69,9 +85,7 @@ du::SmartPtr<qxk::Scene> SceneManager::CreateScene(const du::SmartPtr<qxk::AnnoS
     du::SmartPtr<qxk::Scene> scene;
     switch (desc ? desc->sceneKind : devhost::AnnoSetDesc::SceneKind::Shape) {
         case devhost::AnnoSetDesc::SceneKind::Shape: scene = devhost::MakeShapeScene(name); break;
-        case devhost::AnnoSetDesc::SceneKind::Illustration3d:
-            scene = new devhost::Concrete<qxk::illustration::Illustration3dScene>(name);
-            break;
+        case devhost::AnnoSetDesc::SceneKind::Illustration3d: scene = devhost::MakeIllustration3dScene(name); break;
         case devhost::AnnoSetDesc::SceneKind::Plain: scene = devhost::MakePlainScene(name); break;
     }
     devhost::ManagerImpl(*this).AddScene(scene);
@@ -96,7 +110,7 @@ void SceneManager::SetAnnotationSetTable(const du::SmartPtr<qxk::AnnoSetTable>& 
 }
 
 void SceneManager::ApplyAnnotations(const du::SmartPtr<qxk::Scene>& scene,
-                                    const du::SmartPtr<qxk::AnnoSetTableEntry>& entry, const du::SmartPtr<qxk::Tree>&,
+                                    const du::SmartPtr<qxk::AnnoSetTableEntry>& entry, const du::SmartPtr<qxk::Tree>& tree,
                                     SceneLoadedEvent* event, unsigned int mask, bool keepCamera) {
     if (devhost::HitFault("qxkapp::SceneManager::ApplyAnnotations")) return;
     du::SmartPtr<devhost::WorldContent> content = devhost::CurrentContent();
@@ -105,17 +119,29 @@ void SceneManager::ApplyAnnotations(const du::SmartPtr<qxk::Scene>& scene,
     const std::size_t index =
         content->RecordApplied({scene, name, mask, keepCamera, event ? event->GetEventName() : "", -1});
     const bool fails = !scene || !entry || content->ApplyFails(name);
-    du::SmartPtr<SceneLoadedEvent> held(event);
-    // The set is applied on the host's worker, as a viewer reads it in the
-    // background; the event reports the end.
-    devhost::RunOnHostWorker([content, index, fails, held] {
-        content->SetAppliedStatus(index, fails ? 1 : 0);
-        if (!held) return;
-        if (fails)
-            held->CompleteWithError(1);
+    const devhost::AnnoSetDesc* desc = DescOf(entry);
+    const std::vector<devhost::AnnoSetShape> shapes = desc ? desc->shapes : std::vector<devhost::AnnoSetShape>();
+    // A set applied with no tree takes its instances from the world's.
+    du::SmartPtr<qxk::Tree> setTree = tree;
+    if (!setTree)
+        if (du::SmartPtr<qxk::World> world = qxk::World::GetWorld()) setTree = world->tree;
+    const devhost::PendingEvent<SceneLoadedEvent> pending(event);
+    // Runs on the host's worker, as a viewer reads a set in the background:
+    // the scene shows the set's shapes, then the event reports the end.
+    auto finish = [content, index, scene, shapes, setTree, pending](int status) {
+        if (status == 0) ShowSetShapes(du::DynamicCast<qxk::ShapeScene>(scene), setTree, shapes);
+        content->SetAppliedStatus(index, status);
+        const du::SmartPtr<SceneLoadedEvent> reported = pending.Get();
+        if (!reported) return;
+        if (status == 0)
+            reported->Complete();
         else
-            held->Complete();
-    });
+            reported->CompleteWithError(status);
+    };
+    if (desc && desc->held)
+        content->HoldApply(index, finish);
+    else
+        devhost::RunOnHostWorker([finish, fails] { finish(fails ? 1 : 0); });
 }
 
 }  // namespace qxkapp

@@ -2,7 +2,6 @@
 
 #include "devhost/platform/ActorTasks.h"
 #include "devhost/platform/Faults.h"
-#include "dom/ManagedObject.h"
 
 namespace devhost {
 
@@ -117,13 +116,8 @@ void SelectionManager::Notify(unsigned int selectionSet) const {
             if (registration.selectionSet == selectionSet) targets.push_back(registration.observer);
     }
     // Called outside the lock: an observer may read the selection back.
-    for (const auto& observer : targets) {
-        du::SmartPtr<dom::ManagedObject> managed(
-            dynamic_cast<dom::ManagedObject*>(const_cast<qxk::SelectionObserver*>(observer.get())));
-        if (!managed ||
-            !PostTask(managed, [observer, selectionSet, count] { observer->OnSelectionChanged(selectionSet, count); }))
-            observer->OnSelectionChanged(selectionSet, count);
-    }
+    for (const auto& observer : targets)
+        NotifyObserver(*observer, [observer, selectionSet, count] { observer->OnSelectionChanged(selectionSet, count); });
 }
 
 }  // namespace devhost

@@ -45,8 +45,9 @@ private:
 };
 
 // The selection of one scene, set by world files and tests and read by the
-// module. Registered observers are told of every change on their own actor
-// thread when they are managed objects, at once otherwise.
+// module. Registered observers are told of every change as
+// devhost::NotifyObserver says: a managed one on its actor thread, and not
+// once that actor has ended.
 class SelectionManager final : public qxk::SelectionManager {
 public:
     bool GetSelectedItems(unsigned int selectionSet, const du::Symbol& contentType,

@@ -66,13 +66,22 @@ void ComponentNode::GetViewableSources(std::vector<du::SmartPtr<qxk::ViewableSou
     sources.insert(sources.end(), sources_.begin(), sources_.end());
 }
 
-bool Anchor::GetURLForFileSource(const du::Symbol& fileSource, du::Symbol& url, bool) const {
+bool Anchor::GetURLForFileSource(const du::Symbol& fileSource, du::Symbol& url, bool absolute) const {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        requests_.push_back({fileSource, absolute});
+    }
     if (HitFault("qxk::Anchor::GetURLForFileSource")) return false;
     const std::string source = fileSource.str();
     if (source.empty() || source.find("..") != std::string::npos) return false;
     // Relative or absolute, the loader wants a full URL: both forms give one.
     url = du::Symbol(kFileScheme + folder_ + "/" + (source[0] == '/' ? source.substr(1) : source));
     return true;
+}
+
+std::vector<Anchor::UrlRequest> Anchor::UrlRequests() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return requests_;
 }
 
 bool LocalPathOfUrl(const du::Symbol& url, std::string& path) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -43,8 +44,17 @@ public:
     explicit Anchor(std::string folder) : folder_(std::move(folder)) {}
     bool GetURLForFileSource(const du::Symbol& fileSource, du::Symbol& url, bool absolute) const override;
 
+    // Every GetURLForFileSource call, in order: the source and absolute.
+    struct UrlRequest {
+        du::Symbol source;
+        bool absolute;
+    };
+    std::vector<UrlRequest> UrlRequests() const;
+
 private:
     const std::string folder_;
+    mutable std::mutex mutex_;
+    mutable std::vector<UrlRequest> requests_;
 };
 
 // The local path of a file URL made by Anchor; false for any other URL.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "devhost/content/ContentWorldFile.h"
+#include "devhost/world/HostWorker.h"
 #include "devhost/world/WorldLock.h"
 #include "devhost/world/WorldModel.h"
 
@@ -69,6 +70,29 @@ bool WorldContent::ContentForPath(const std::string& idPath, InstanceContent& co
     return true;
 }
 
+void WorldContent::AddToViewableSet(const std::string& set, const std::string& idPath,
+                                    const du::SmartPtr<qxk::ComponentNode>& component) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    viewableSets_[set][idPath] = component;
+}
+
+bool WorldContent::UseViewableSet(const std::string& set) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!set.empty() && viewableSets_.count(set) == 0) return false;
+    viewableSetInUse_ = set;
+    return true;
+}
+
+bool WorldContent::ComponentInViewableSet(const std::string& idPath,
+                                          du::SmartPtr<qxk::ComponentNode>& component) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (viewableSetInUse_.empty()) return false;
+    const auto& set = viewableSets_.at(viewableSetInUse_);
+    auto found = set.find(idPath);
+    component = found == set.end() ? emptyComponent_ : found->second;
+    return true;
+}
+
 bool WorldContent::HasContentByPath() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return !byPath_.empty();
@@ -132,6 +156,24 @@ void WorldContent::SetSceneManagerTable(const du::SmartPtr<qxk::AnnoSetTable>& t
 bool WorldContent::ApplyFails(const du::Symbol& name) const {
     std::lock_guard<std::mutex> lock(mutex_);
     return std::find(failingSets_.begin(), failingSets_.end(), name) != failingSets_.end();
+}
+
+void WorldContent::HoldApply(std::size_t index, std::function<void(int status)> finish) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    heldApplies_[index] = std::move(finish);
+}
+
+bool WorldContent::ReleaseApply(std::size_t index, int status) {
+    std::function<void(int)> finish;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto found = heldApplies_.find(index);
+        if (found == heldApplies_.end()) return false;
+        finish = std::move(found->second);
+        heldApplies_.erase(found);
+    }
+    RunOnHostWorker([finish, status] { finish(status); });
+    return true;
 }
 
 void WorldContent::RecordWorkflowObservation(WorkflowObservation observation) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -54,6 +55,14 @@ public:
     // A scene's selection as it starts, for scenes of that name.
     void SetInitialSelection(const du::Symbol& sceneName, unsigned int selectionSet,
                              std::vector<SelectionItemDesc> items);
+    // A further set of viewables by idpath, which UseViewableSet can show in
+    // place of the components' own.
+    void AddToViewableSet(const std::string& set, const std::string& idPath,
+                          const du::SmartPtr<qxk::ComponentNode>& component);
+    // Components then give the viewables of that set (none for an instance
+    // it does not name); "" goes back to their own. False for a set the
+    // world does not have.
+    bool UseViewableSet(const std::string& set);
     // Sets that fail when applied.
     void SetApplyFails(const du::Symbol& name);
 
@@ -67,6 +76,9 @@ public:
     // Whether the world names content by idpath at all; spares building
     // idpaths in large worlds that carry their content on the instances.
     bool HasContentByPath() const;
+    // While a viewable set is in use: true, with the set's component for the
+    // idpath (the world's empty one when the set does not name it).
+    bool ComponentInViewableSet(const std::string& idPath, du::SmartPtr<qxk::ComponentNode>& component) const;
     // Sets the initial selection of the named scene on a new selection manager.
     void ApplyInitialSelection(const du::Symbol& sceneName, SelectionManager& manager) const;
     du::SmartPtr<PluginHandler> GetPlugin() const { return plugin_; }
@@ -86,6 +98,12 @@ public:
     du::SmartPtr<qxk::AnnoSetTable> SceneManagerTable() const;
     void SetSceneManagerTable(const du::SmartPtr<qxk::AnnoSetTable>& table);
     bool ApplyFails(const du::Symbol& name) const;
+    // An application of a held set, by its index in AppliedSets: finish
+    // completes it with the status given.
+    void HoldApply(std::size_t index, std::function<void(int status)> finish);
+    // Completes a held application on the host's worker with status (0: the
+    // set is shown); false for an index that is not held or was released.
+    bool ReleaseApply(std::size_t index, int status);
 
     struct WorkflowObservation {
         du::SmartPtr<qxk::View> view;  // null for the workflow-manager side
@@ -99,7 +117,7 @@ public:
     void CountRestoredFigureVisibility();
 
     // What instances share unless they have their own.
-    const du::SmartPtr<qxk::Anchor>& SharedAnchor() const { return anchor_; }
+    const du::SmartPtr<Anchor>& SharedAnchor() const { return anchor_; }
     const du::SmartPtr<qxk::ComponentNode>& EmptyComponent() const { return emptyComponent_; }
 
 private:
@@ -108,16 +126,19 @@ private:
     const std::shared_ptr<ModuleCallLog> moduleCalls_;
     const du::SmartPtr<Loader> loader_;
     const du::SmartPtr<PluginHandler> plugin_;
-    const du::SmartPtr<qxk::Anchor> anchor_;
+    const du::SmartPtr<Anchor> anchor_;
     const du::SmartPtr<qxk::ComponentNode> emptyComponent_;
 
     mutable std::mutex mutex_;  // guards everything below
     std::map<du::Symbol, du::SmartPtr<Shape>> shapes_;
     std::unordered_map<std::string, InstanceContent> byPath_;
+    std::map<std::string, std::map<std::string, du::SmartPtr<qxk::ComponentNode>>> viewableSets_;
+    std::string viewableSetInUse_;
     std::map<du::Symbol, std::map<unsigned int, std::vector<SelectionItemDesc>>> initialSelections_;
     std::vector<du::Symbol> failingSets_;
     du::SmartPtr<qxk::AnnoSetTable> annoSets_;
     std::vector<AppliedSet> applied_;
+    std::map<std::size_t, std::function<void(int)>> heldApplies_;
     du::SmartPtr<qxk::AnnoSetTable> sceneManagerTable_;
     std::vector<WorkflowObservation> workflowObservations_;
     unsigned restoredFigureVisibility_ = 0;

@@ -47,4 +47,11 @@ du::SmartPtr<dom::ManagedObject> FindLiveObject(unsigned long long objectId) {
     return counted;
 }
 
+void NotifyObserver(const du::RefCounted& observer, std::function<void()> call) {
+    const auto* managed = dynamic_cast<const dom::ManagedObject*>(&observer);
+    // An observer never placed under an actor hears at once; one whose actor
+    // has ended hears nothing.
+    if (!managed || RouteTask(ObjectIdOf(*managed), call) == TaskRoute::NoActor) call();
+}
+
 }  // namespace devhost

@@ -35,4 +35,12 @@ unsigned long long ObjectIdOf(const dom::ManagedObject& object);
 // null once it has gone or is on its way out.
 du::SmartPtr<dom::ManagedObject> FindLiveObject(unsigned long long objectId);
 
+// Tells an observer of host state what changed, the way the host tells all
+// its observers: an observer that is a managed object hears on the actor
+// thread that serves it, in order with its messages, and hears nothing once
+// that actor has ended (its code may be unloaded by then); an observer that
+// was never managed hears at once, on this thread. call must hold its own
+// reference to the observer.
+void NotifyObserver(const du::RefCounted& observer, std::function<void()> call);
+
 }  // namespace devhost

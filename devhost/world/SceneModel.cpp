@@ -7,11 +7,16 @@
 #include "devhost/world/Concrete.h"
 #include "devhost/world/InstanceNode.h"
 #include "devhost/world/WorldLock.h"
+#include "qxk/illustration/Illustration3dScene.h"
 
 namespace devhost {
 
 du::SmartPtr<qxk::ShapeScene> MakeShapeScene(const du::Symbol& name) {
     return du::SmartPtr<qxk::ShapeScene>(new Concrete<qxk::ShapeScene>(name));
+}
+
+du::SmartPtr<qxk::ShapeScene> MakeIllustration3dScene(const du::Symbol& name) {
+    return du::SmartPtr<qxk::ShapeScene>(new Concrete<qxk::illustration::Illustration3dScene>(name));
 }
 
 du::SmartPtr<qxk::Scene> MakePlainScene(const du::Symbol& name) {

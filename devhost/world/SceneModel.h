@@ -77,6 +77,8 @@ inline const ShapeInstanceImpl& Impl(const qxk::ShapeInstance& shape) {
 }
 
 du::SmartPtr<qxk::ShapeScene> MakeShapeScene(const du::Symbol& name);
+// A shape scene of a 3D illustration (a qxk::illustration::Illustration3dScene).
+du::SmartPtr<qxk::ShapeScene> MakeIllustration3dScene(const du::Symbol& name);
 // A scene that is not a shape scene.
 du::SmartPtr<qxk::Scene> MakePlainScene(const du::Symbol& name);
 

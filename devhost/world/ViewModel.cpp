@@ -200,8 +200,16 @@ void WorkflowManager::SendWorkflowMessage(const du::Symbol& workflow, const du::
         workflowObservers = self.workflowObservers;
         view = devhost::CountedIfAlive(self.view);
     }
-    for (const auto& observer : workflowObservers) observer->OnWorkflowMessage(workflow, message, value);
-    for (const auto& observer : viewerObservers) observer->OnViewerWorkflowMessage(view, workflow, message);
+    // Observers hear on their own actor threads (devhost::NotifyObserver),
+    // never on the thread of the sender.
+    for (const auto& observer : workflowObservers)
+        devhost::NotifyObserver(*observer, [observer, workflow, message, value] {
+            observer->OnWorkflowMessage(workflow, message, value);
+        });
+    for (const auto& observer : viewerObservers)
+        devhost::NotifyObserver(*observer, [observer, view, workflow, message] {
+            observer->OnViewerWorkflowMessage(view, workflow, message);
+        });
 }
 
 void WorkflowManager::AddViewerObserver(const du::SmartPtr<qxkapp::ViewerWorkflowManagerObserver>& observer) {

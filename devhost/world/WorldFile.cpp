@@ -212,14 +212,18 @@ private:
         std::string name = Text(Need(scene, "name", place), At(place, "name"));
         std::string kind = "shape";
         if (const Value* k = Optional(scene, "kind")) kind = Text(*k, At(place, "kind"));
-        if (kind != "shape" && kind != "plain")
-            FailAt(At(place, "kind"), "\"" + kind + "\" is not one of \"shape\", \"plain\"");
+        if (kind != "shape" && kind != "illustration3d" && kind != "plain")
+            FailAt(At(place, "kind"), "\"" + kind + "\" is not one of \"shape\", \"illustration3d\", \"plain\"");
         if (builder_.FindScene(name)) FailAt(At(place, "name"), "scene name \"" + name + "\" is used twice");
         du::SmartPtr<qxk::Scene> made;
         du::SmartPtr<qxk::ShapeScene> shapeScene;
         if (kind == "shape") {
             shapeScene = builder_.AddShapeScene(name);
             made = shapeScene;
+        } else if (kind == "illustration3d") {
+            shapeScene = MakeIllustration3dScene(du::Symbol(name));
+            made = shapeScene;
+            builder_.AddScene(made);
         } else {
             made = MakePlainScene(du::Symbol(name));
             builder_.AddScene(made);

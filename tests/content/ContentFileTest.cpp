@@ -64,6 +64,12 @@ TEST(ContentFile, MistakesAreReportedWithTheirPlace) {
     EXPECT_EQ("", LoadError(R"(, "components": { "car/trailer/axle": {} })"));  // unread, but there
     EXPECT_NE(std::string::npos, LoadError(R"(, "selection": [ { "scene": "Garage", "items": [] } ])")
                                      .find("at /selection/0/scene: no scene is named \"Garage\""));
+    EXPECT_NE(std::string::npos, LoadError(R"(, "annotationSets": [ { "name": "s", "shapes": [ 3 ] } ])")
+                                     .find("at /annotationSets/0/shapes/0: must be an idpath or an object"));
+    EXPECT_NE(std::string::npos, LoadError(R"(, "annotationSets": [ { "name": "s", "held": "yes" } ])")
+                                     .find("at /annotationSets/0/held: must be true or false"));
+    EXPECT_NE(std::string::npos, LoadError(R"(, "viewableSets": { "v": { "car/body": [ { "kind": "film" } ] } })")
+                                     .find("at /viewableSets/v/car/body/0"));
 }
 
 TEST(ContentFile, InstancesMayLackAnchorOrComponentAndOthersHaveTheWorldsAnchor) {

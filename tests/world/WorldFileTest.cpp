@@ -19,6 +19,7 @@
 #include "qxk/Tree.h"
 #include "qxk/Window.h"
 #include "qxk/World.h"
+#include "qxk/illustration/Illustration3dScene.h"
 #include "qxkapp/QxkApp.h"
 #include "qxkapp/SceneManager.h"
 
@@ -191,6 +192,23 @@ TEST(WorldFile, ReadsFromDisk) {
     EXPECT_TRUE(devhost::LoadWorldFile(path));
     EXPECT_THROW(devhost::LoadWorldFile(path + ".missing"), devhost::WorldFileError);
     std::remove(path.c_str());
+}
+
+TEST(WorldFile, AnIllustrationSceneIsAShapeSceneWithItsShapesAndViews) {
+    CleanWorld clean;
+    ASSERT_TRUE(wtest::Load(R"({"structure": [{"name": "a", "children": [{"name": "b"}]}],
+        "scenes": [{"name": "steps", "kind": "illustration3d", "shapes": ["a", {"instance": "a/b", "visible": false}],
+                    "views": [{"name": "v", "kind": "illustration"}]}],
+        "activeView": "v"})"));
+    du::SmartPtr<qxk::Scene> scene;
+    qxkapp::QxkApp::Get()->GetSceneManager()->GetActiveView()->GetScene(scene);
+    ASSERT_TRUE(scene);
+    EXPECT_TRUE(scene->IsATypeOf(qxk::illustration::Illustration3dScene::CLASS_TYPE));
+    unsigned int count = 0;
+    du::DynamicCast<qxk::ShapeScene>(scene)->GetNumShapeInstances(count);
+    EXPECT_EQ(2u, count);
+    EXPECT_EQ(LoadError(R"({"structure": [], "scenes": [{"name": "s", "kind": "flat"}]})"),
+              "w.json: at /scenes/0/kind: \"flat\" is not one of \"shape\", \"illustration3d\", \"plain\"");
 }
 
 TEST(WorldFile, WrongFilesNameThePlace) {
