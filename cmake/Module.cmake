@@ -2,8 +2,13 @@
 # loads, built from it. Module code sees only hostapi/, the standard library
 # and RapidJSON.
 add_library(webapi_core STATIC
+  commands/ActiveView.cpp
+  commands/ConnectionNavigation.cpp
+  commands/CrossSelection.cpp
   commands/PendingCommands.cpp
+  commands/ProfileCommands.cpp
   commands/WebApiModuleImpl.cpp
+  commands/ZoomCommands.cpp
   host/WebApiModuleThread.cpp
   loader/ShapeSceneLoader.cpp
   remote/FactoryRegistration.cpp

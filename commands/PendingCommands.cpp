@@ -22,29 +22,11 @@ unsigned int WebApiModuleImpl::GetNumberOfAnnotationSets() { return 0; }
 
 void WebApiModuleImpl::GetViewables(const du::SmartPtr<ViewablesRequest>&, int) {}
 
-void WebApiModuleImpl::ZoomToSelected(int) {}
-
-void WebApiModuleImpl::ZoomToAll(int) {}
-
-void WebApiModuleImpl::SetCrossSelection(bool) {}
-
 void WebApiModuleImpl::RegisterTreeObserver(const du::SmartPtr<TreeObserver>&) {}
 
 void WebApiModuleImpl::UnRegisterTreeObserver(const du::SmartPtr<TreeObserver>&) {}
 
 void WebApiModuleImpl::SelectTreeNodes(const du::Symbol&) {}
-
-du::Symbol WebApiModuleImpl::GetProfiles() { return du::Symbol(); }
-
-void WebApiModuleImpl::SetProfile(const du::Symbol&) {}
-
-void WebApiModuleImpl::ResetToDefaultProfile() {}
-
-void WebApiModuleImpl::ToggleConnectionPath() {}
-
-void WebApiModuleImpl::NavigateConnection() {}
-
-void WebApiModuleImpl::ReverseNavigateConection() {}
 
 void WebApiModuleImpl::ShowModelAnnoations(const du::Symbol&, const du::Symbol&) {}
 
