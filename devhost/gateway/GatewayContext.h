@@ -1,0 +1,34 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <string>
+
+#include <httplib.h>
+
+#include "devhost/client/ClientActor.h"
+#include "devhost/gateway/SignatureCatalog.h"
+#include "devhost/gateway/Sessions.h"
+#include "dom/ManagedObject.h"
+
+namespace devhost::gateway {
+
+// What the gateway's routes share: the served module's proxy and method
+// tables, the client actor of the sessions' callback objects, the sessions,
+// and how to wait for the host to be quiet.
+struct GatewayContext {
+    GatewayContext(SignatureCatalog catalog, std::size_t eventBound)
+        : catalog(std::move(catalog)), client("GatewayClient"), sessions(this->catalog, client, eventBound) {}
+
+    const SignatureCatalog catalog;
+    du::SmartPtr<dom::ManagedObject> module;  // proxy of the served interface; null when not found
+    ClientActor client;
+    SessionTable sessions;
+    std::function<void()> settleHost;
+    std::atomic<bool> stopping{false};
+};
+
+void AddApiRoutes(httplib::Server& server, GatewayContext& context);
+void AddHostRoutes(httplib::Server& server, GatewayContext& context);
+
+}  // namespace devhost::gateway

@@ -1,0 +1,161 @@
+#include "devhost/gateway/Sessions.h"
+
+#include <condition_variable>
+#include <deque>
+#include <set>
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include "devhost/platform/RawMessages.h"
+
+namespace devhost::gateway {
+
+// The part of a session that its callback objects reach from the client
+// actor's thread; it outlives the session while a callback is being served.
+struct Session::Events {
+    std::mutex mutex;
+    std::condition_variable arrived;
+    std::deque<std::string> waiting;
+    unsigned long long nextSeq = 1;
+    std::size_t bound = 0;
+    bool ended = false;
+    std::string reason;
+    unsigned stream = 0;  // the newest stream
+    std::set<unsigned long long> own;  // object ids of the session's callback objects
+
+    void Add(const InterfaceEntry& interface, const MethodEntry& method, Json& args, JsonAllocator& allocator) {
+        std::lock_guard<std::mutex> hold(mutex);
+        if (ended) return;
+        if (waiting.size() >= bound) {
+            ended = true;
+            reason = "overflow: " + std::to_string(bound) + " events waited for a reader";
+            arrived.notify_all();
+            return;
+        }
+        rapidjson::Document event(rapidjson::kObjectType, &allocator);
+        event.AddMember("seq", static_cast<std::uint64_t>(nextSeq++), allocator);
+        event.AddMember("interface", Json(interface.name.c_str(), allocator), allocator);
+        event.AddMember("method", Json(method.name.c_str(), allocator), allocator);
+        event.AddMember("signature", Json(method.signature.c_str(), allocator), allocator);
+        event.AddMember("args", args, allocator);
+        rapidjson::StringBuffer text;
+        rapidjson::Writer<rapidjson::StringBuffer> writer(text);
+        event.Accept(writer);
+        waiting.emplace_back(text.GetString(), text.GetSize());
+        arrived.notify_all();
+    }
+};
+
+Session::Session(unsigned long long id, const SignatureCatalog& catalog, ClientActor& actor, std::size_t bound)
+    : id_(id), actor_(actor), events_(std::make_shared<Events>()) {
+    events_->bound = bound;
+    std::weak_ptr<Events> events = events_;
+    // The lookups hold the objects weakly through the session's own list,
+    // which is complete before any of them is adopted and so before any
+    // callback can arrive.
+    objects_.owns = [events](const HandleValue& handle) {
+        auto alive = events.lock();
+        return alive && alive->own.count(handle.object) > 0;
+    };
+    auto* callbacks = &callbacks_;
+    objects_.objectFor = [callbacks](const std::string& interfaceName) -> du::SmartPtr<dom::ManagedObject> {
+        for (const auto& object : *callbacks)
+            if (object->InterfaceName() == interfaceName) return object;
+        return nullptr;
+    };
+    std::shared_ptr<Events> sink = events_;
+    for (const InterfaceEntry& interface : catalog.Interfaces()) {
+        if (interface.name == catalog.Served()) continue;
+        callbacks_.push_back(new CallbackObject(interface, SessionObjects{nullptr, objects_.owns},
+                                                [sink](const InterfaceEntry& i, const MethodEntry& m, Json& args,
+                                                       JsonAllocator& allocator) { sink->Add(i, m, args, allocator); }));
+    }
+    for (const auto& object : callbacks_) {
+        actor_.Adopt(object);
+        events_->own.insert(MakeHandle(object, 0).object);
+    }
+}
+
+Session::~Session() { End("the gateway closed"); }
+
+void Session::End(const std::string& reason) {
+    {
+        std::lock_guard<std::mutex> hold(events_->mutex);
+        if (!events_->ended) {
+            events_->ended = true;
+            events_->reason = reason;
+        }
+        events_->arrived.notify_all();
+    }
+    for (const auto& object : callbacks_) actor_.Release(object);
+}
+
+bool Session::Ended(std::string* reason) const {
+    std::lock_guard<std::mutex> hold(events_->mutex);
+    if (reason) *reason = events_->reason;
+    return events_->ended;
+}
+
+unsigned Session::OpenStream() {
+    std::lock_guard<std::mutex> hold(events_->mutex);
+    events_->arrived.notify_all();
+    return ++events_->stream;
+}
+
+Session::Batch Session::Take(unsigned stream, std::chrono::milliseconds wait) {
+    Batch batch;
+    std::unique_lock<std::mutex> hold(events_->mutex);
+    events_->arrived.wait_for(hold, wait, [&] {
+        return !events_->waiting.empty() || events_->ended || events_->stream != stream;
+    });
+    if (events_->stream != stream) {
+        batch.replaced = true;
+        return batch;
+    }
+    batch.events.assign(std::make_move_iterator(events_->waiting.begin()),
+                        std::make_move_iterator(events_->waiting.end()));
+    events_->waiting.clear();
+    batch.ended = events_->ended;
+    batch.reason = events_->reason;
+    return batch;
+}
+
+SessionTable::SessionTable(const SignatureCatalog& catalog, ClientActor& actor, std::size_t bound)
+    : catalog_(catalog), actor_(actor), bound_(bound) {}
+
+SessionTable::~SessionTable() = default;
+
+std::shared_ptr<Session> SessionTable::Open() {
+    std::lock_guard<std::mutex> hold(mutex_);
+    const unsigned long long id = next_++;
+    auto session = std::make_shared<Session>(id, catalog_, actor_, bound_);
+    sessions_.emplace(id, session);
+    return session;
+}
+
+std::shared_ptr<Session> SessionTable::Find(unsigned long long id) const {
+    std::lock_guard<std::mutex> hold(mutex_);
+    auto found = sessions_.find(id);
+    return found == sessions_.end() ? nullptr : found->second;
+}
+
+bool SessionTable::Close(unsigned long long id, const std::string& reason) {
+    std::shared_ptr<Session> session;
+    {
+        std::lock_guard<std::mutex> hold(mutex_);
+        auto found = sessions_.find(id);
+        if (found == sessions_.end()) return false;
+        session = found->second;
+        sessions_.erase(found);
+    }
+    session->End(reason);
+    return true;
+}
+
+std::size_t SessionTable::Count() const {
+    std::lock_guard<std::mutex> hold(mutex_);
+    return sessions_.size();
+}
+
+}  // namespace devhost::gateway
