@@ -250,13 +250,17 @@ void CloseSession(GatewayContext& context, const httplib::Request& request, http
     ReplyJson(response, 200, reply);
 }
 
-// Server-Sent Events of one session. The stream waits in short steps so
-// that it notices a closed connection, a newer stream of the session and
-// the gateway's stop; a comment line keeps idle connections open.
+// Server-Sent Events of one session, each with its number as its id, so
+// that a reader that reconnects (EventSource sends Last-Event-ID) or names
+// since=SEQ gets what it missed. The stream waits in short steps so that it
+// notices a closed connection, a newer stream of the session and the
+// gateway's stop; a comment line keeps idle connections open.
 void Events(GatewayContext& context, const httplib::Request& request, httplib::Response& response) {
-    unsigned long long id = 0;
-    if (!ReadSessionId(request.get_param_value("session"), id)) {
-        ReplyError(response, 400, "bad-request", "events?session=ID");
+    unsigned long long id = 0, after = 0;
+    const std::string since =
+        request.has_param("since") ? request.get_param_value("since") : request.get_header_value("Last-Event-ID");
+    if (!ReadSessionId(request.get_param_value("session"), id) || (!since.empty() && !ReadSessionId(since, after))) {
+        ReplyError(response, 400, "bad-request", "events?session=ID[&since=SEQ]");
         return;
     }
     std::shared_ptr<Session> session = context.sessions.Find(id);
@@ -264,7 +268,7 @@ void Events(GatewayContext& context, const httplib::Request& request, httplib::R
         ReplyError(response, 404, "unknown-session", "no session " + std::to_string(id));
         return;
     }
-    const unsigned stream = session->OpenStream();
+    const unsigned stream = session->OpenStream(since.empty() ? nullptr : &after);
     response.set_header("Cache-Control", "no-store");
     response.set_chunked_content_provider(
         "text/event-stream", [&context, session, stream](std::size_t, httplib::DataSink& sink) {
@@ -277,7 +281,8 @@ void Events(GatewayContext& context, const httplib::Request& request, httplib::R
                 return true;
             }
             std::string text;
-            for (const std::string& event : batch.events) text += "data: " + event + "\n\n";
+            for (const auto& [seq, event] : batch.events)
+                text += "id: " + std::to_string(seq) + "\ndata: " + event + "\n\n";
             if (batch.ended) {
                 Document end(rapidjson::kObjectType);
                 end.AddMember("reason", Json(batch.reason.c_str(), end.GetAllocator()), end.GetAllocator());

@@ -1,6 +1,7 @@
 #include "devhost/gateway/Sessions.h"
 
 #include <condition_variable>
+#include <algorithm>
 #include <deque>
 #include <set>
 
@@ -16,25 +17,35 @@ namespace devhost::gateway {
 struct Session::Events {
     std::mutex mutex;
     std::condition_variable arrived;
-    std::deque<std::string> waiting;
-    unsigned long long nextSeq = 1;
+    // Events by number, oldest first: those sent to a stream (kept so that a
+    // stream that broke can be resumed) and, from next on, those waiting.
+    std::deque<std::pair<unsigned long long, std::string>> kept;
+    unsigned long long next = 1;     // the first event no stream has been sent
+    unsigned long long numbered = 0;  // the last number given
     std::size_t bound = 0;
     bool ended = false;
     std::string reason;
     unsigned stream = 0;  // the newest stream
     std::set<unsigned long long> own;  // object ids of the session's callback objects
 
+    std::size_t Waiting() const { return static_cast<std::size_t>(numbered + 1 - next); }
+
+    // Sent events beyond the bound are let go, oldest first.
+    void TrimSent() {
+        while (!kept.empty() && kept.front().first < next && kept.size() - Waiting() > bound) kept.pop_front();
+    }
+
     void Add(const InterfaceEntry& interface, const MethodEntry& method, Json& args, JsonAllocator& allocator) {
         std::lock_guard<std::mutex> hold(mutex);
         if (ended) return;
-        if (waiting.size() >= bound) {
+        if (Waiting() >= bound) {
             ended = true;
             reason = "overflow: " + std::to_string(bound) + " events waited for a reader";
             arrived.notify_all();
             return;
         }
         rapidjson::Document event(rapidjson::kObjectType, &allocator);
-        event.AddMember("seq", static_cast<std::uint64_t>(nextSeq++), allocator);
+        event.AddMember("seq", static_cast<std::uint64_t>(++numbered), allocator);
         event.AddMember("interface", Json(interface.name.c_str(), allocator), allocator);
         event.AddMember("method", Json(method.name.c_str(), allocator), allocator);
         event.AddMember("signature", Json(method.signature.c_str(), allocator), allocator);
@@ -42,7 +53,7 @@ struct Session::Events {
         rapidjson::StringBuffer text;
         rapidjson::Writer<rapidjson::StringBuffer> writer(text);
         event.Accept(writer);
-        waiting.emplace_back(text.GetString(), text.GetSize());
+        kept.emplace_back(numbered, std::string(text.GetString(), text.GetSize()));
         arrived.notify_all();
     }
 };
@@ -97,8 +108,14 @@ bool Session::Ended(std::string* reason) const {
     return events_->ended;
 }
 
-unsigned Session::OpenStream() {
+unsigned Session::OpenStream(const unsigned long long* after) {
     std::lock_guard<std::mutex> hold(events_->mutex);
+    if (after) {
+        // The reader has what it numbered up to after: what it missed is sent again.
+        events_->next = std::min(*after, events_->numbered) + 1;
+        while (!events_->kept.empty() && events_->kept.front().first <= *after) events_->kept.pop_front();
+        if (!events_->kept.empty()) events_->next = std::max(events_->next, events_->kept.front().first);
+    }
     events_->arrived.notify_all();
     return ++events_->stream;
 }
@@ -107,15 +124,16 @@ Session::Batch Session::Take(unsigned stream, std::chrono::milliseconds wait) {
     Batch batch;
     std::unique_lock<std::mutex> hold(events_->mutex);
     events_->arrived.wait_for(hold, wait, [&] {
-        return !events_->waiting.empty() || events_->ended || events_->stream != stream;
+        return events_->Waiting() > 0 || events_->ended || events_->stream != stream;
     });
     if (events_->stream != stream) {
         batch.replaced = true;
         return batch;
     }
-    batch.events.assign(std::make_move_iterator(events_->waiting.begin()),
-                        std::make_move_iterator(events_->waiting.end()));
-    events_->waiting.clear();
+    for (const auto& [seq, text] : events_->kept)
+        if (seq >= events_->next) batch.events.emplace_back(seq, text);
+    events_->next = events_->numbered + 1;
+    events_->TrimSent();
     batch.ended = events_->ended;
     batch.reason = events_->reason;
     return batch;

@@ -35,14 +35,17 @@ public:
     bool Ended(std::string* reason = nullptr) const;
 
     // A stream takes the events in arrival order. A new stream replaces the
-    // one before, which then gets replaced set.
+    // one before, which then gets replaced set. It goes on after the last
+    // event sent to a stream, or, given after, after that event: events
+    // sent to a stream that broke are kept (as many as the bound) so that a
+    // reader can resume from the last one it got.
     struct Batch {
-        std::vector<std::string> events;  // each an event's JSON text
+        std::vector<std::pair<unsigned long long, std::string>> events;  // number and JSON text
         bool ended = false;               // ended, and every event taken
         std::string reason;
         bool replaced = false;
     };
-    unsigned OpenStream();
+    unsigned OpenStream(const unsigned long long* after = nullptr);
     // Waits up to wait for events, then takes all that wait.
     Batch Take(unsigned stream, std::chrono::milliseconds wait);
 
