@@ -12,6 +12,11 @@ add_library(webapi_core STATIC
   remote/ViewablesRequestProxy.cpp
   remote/WebApiModuleDispatch.cpp
   remote/WebApiModuleProxy.cpp
+  tree/FlyToAll.cpp
+  tree/MyShapedEnumerator.cpp
+  tree/NodeAddressing.cpp
+  tree/NodeVisitor.cpp
+  tree/ProgressEvents.cpp
 )
 set_target_properties(webapi_core PROPERTIES
   POSITION_INDEPENDENT_CODE ON

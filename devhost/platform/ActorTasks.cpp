@@ -16,4 +16,21 @@ bool PostTask(const du::SmartPtr<dom::ManagedObject>& object, std::function<void
     return queue->Post(QueueItem{nullptr, std::move(task)});
 }
 
+TaskRoute RouteTask(unsigned long long objectId, std::function<void()> task) {
+    std::shared_ptr<QueueCore> queue;
+    {
+        ObjectRegistry& registry = ObjectRegistry::Get();
+        std::lock_guard<std::mutex> hold(registry.mutex);
+        auto found = registry.objects.find(objectId);
+        if (found == registry.objects.end()) return TaskRoute::Dropped;
+        const dom::ManagedObject::Binding& binding = found->second->GetBinding();
+        // A queue named without the binding is one that has closed.
+        if (!binding.bound) return binding.queue ? TaskRoute::Dropped : TaskRoute::NoActor;
+        queue = binding.queue;
+    }
+    return queue->Post(QueueItem{nullptr, std::move(task)}) ? TaskRoute::Posted : TaskRoute::Dropped;
+}
+
+unsigned long long ObjectIdOf(const dom::ManagedObject& object) { return object.GetBinding().id; }
+
 }  // namespace devhost

@@ -1,6 +1,7 @@
 #include "dom/MessageQueue.h"
 
 #include "devhost/platform/MessageContent.h"
+#include "devhost/platform/ActorQuiet.h"
 #include "devhost/platform/ObjectRegistry.h"
 #include "devhost/platform/QueueCore.h"
 
@@ -47,6 +48,9 @@ bool QueueCore::Post(QueueItem item) {
     {
         std::lock_guard<std::mutex> hold(mutex);
         if (shutdown) return false;
+        // Counted while the item is queued, so that whoever waits for quiet
+        // sees it before it can be served.
+        if (item.work) NoteWorkHandedOut();
         items.push_back(std::move(item));
     }
     wake.notify_one();

@@ -23,6 +23,7 @@ namespace devhost {
 struct QueueItem {
     dom::MessagePtr message;
     std::function<void()> task;
+    bool work = true;  // false for a mark that only shows how far the loop has come
 };
 
 // A timer of one of the queue's objects, due to call its HandleTimeoutEvent.

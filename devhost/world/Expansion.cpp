@@ -24,7 +24,7 @@ std::vector<Waiter>& WaitersOf(InstanceNode& proxy);
 void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success);
 
 bool Readable(const InstanceNode& node) {
-    return node.proxy && !node.proxy->expanded && !node.proxy->failed;
+    return node.proxy && !node.proxy->expanded && !node.proxy->failed && node.proxy->expandable;
 }
 
 // Makes expansion wait for proxy and starts the read unless one runs.

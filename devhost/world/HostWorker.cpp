@@ -5,6 +5,8 @@
 #include <mutex>
 #include <thread>
 
+#include "devhost/platform/ActorQuiet.h"
+
 namespace devhost {
 
 namespace {
@@ -26,6 +28,7 @@ public:
             std::lock_guard<std::mutex> lock(mutex_);
             jobs_.push_back(std::move(job));
             ++posted_;
+            NoteWorkHandedOut();
         }
         wake_.notify_all();
     }

@@ -10,7 +10,8 @@
 
 namespace devhost {
 
-WorldBuilder::WorldBuilder(const std::string& actorName) : world_(new WorldModel(actorName)) {}
+WorldBuilder::WorldBuilder(const std::string& actorName, bool withTree)
+    : world_(new WorldModel(actorName, withTree)) {}
 
 WorldBuilder::~WorldBuilder() {
     if (published_) return;
@@ -20,6 +21,7 @@ WorldBuilder::~WorldBuilder() {
 InstanceNode& WorldBuilder::AddInstance(InstanceNode* parent, const std::string& name, std::uint64_t uid) {
     if (name.empty() || name.find('/') != std::string::npos)
         throw std::invalid_argument("instance name \"" + name + "\" must be non-empty and hold no \"/\"");
+    if (!world_->tree) throw std::invalid_argument("a world with no tree has no instances");
     if (uid != 0) {
         if (!explicitIds_.insert(uid).second || (lowestAuto_ != 0 && uid >= lowestAuto_ && uid <= highestAuto_))
             throw std::invalid_argument("id " + std::to_string(uid) + " is used twice");
@@ -50,13 +52,17 @@ InstanceNode& WorldBuilder::AddInstance(InstanceNode* parent, const std::string&
     return *node;
 }
 
-void WorldBuilder::MakeProxy(InstanceNode& node, ProxyOutcome outcome, ProxyCompletion completion) {
+void WorldBuilder::MakeProxy(InstanceNode& node, ProxyOutcome outcome, ProxyCompletion completion,
+                             ProxyStart start) {
     WorldGuard guard(WorldMutex());
     if (!node.children.empty())
         throw std::invalid_argument("instance " + node.IdPath() + " has children and cannot become a proxy");
     node.proxy.reset(new ProxyInfo());
     node.proxy->outcome = outcome;
     node.proxy->completion = completion;
+    node.proxy->expanded = start == ProxyStart::Expanded;
+    node.proxy->failed = start == ProxyStart::Failed;
+    node.proxy->expandable = start != ProxyStart::Unexpandable;
 }
 
 InstanceNode* WorldBuilder::Find(const std::string& idPath) const {
@@ -117,7 +123,8 @@ du::SmartPtr<WorldModel> WorldBuilder::Publish() {
     published_ = true;
     {
         WorldGuard guard(WorldMutex());
-        world_->Container().structures.front()->name = du::Symbol(structureName_);
+        auto& structures = world_->Container().structures;
+        if (!structures.empty()) structures.front()->name = du::Symbol(structureName_);
     }
     for (const auto& resource : messages_) RegisterMessageResource(resource.first, resource.second);
     SetCurrentWorld(world_);

@@ -22,7 +22,9 @@ namespace devhost {
 // name with "/", an id used twice) throw std::invalid_argument.
 class WorldBuilder {
 public:
-    explicit WorldBuilder(const std::string& actorName = "world");
+    // Without a tree the world shows none (see WorldModel): instances can't be
+    // added to it.
+    explicit WorldBuilder(const std::string& actorName = "world", bool withTree = true);
     // A builder that never published lets go of what it made.
     ~WorldBuilder();
     WorldBuilder(const WorldBuilder&) = delete;
@@ -34,8 +36,10 @@ public:
     // proxy it joins the proxy's unread branch. uid 0 takes a fresh id.
     InstanceNode& AddInstance(InstanceNode* parent, const std::string& name, std::uint64_t uid = 0);
     // Makes an instance with no children yet a proxy; what is added under it
-    // afterwards is its unread branch.
-    void MakeProxy(InstanceNode& node, ProxyOutcome outcome, ProxyCompletion completion);
+    // afterwards is its unread branch, or, for one that starts expanded, its
+    // branch in the tree.
+    void MakeProxy(InstanceNode& node, ProxyOutcome outcome, ProxyCompletion completion,
+                   ProxyStart start = ProxyStart::Unread);
     // An instance of the tree (not of an unread branch) by idpath, or null.
     InstanceNode* Find(const std::string& idPath) const;
     // Names the world's primary structure; "structure" unless named.

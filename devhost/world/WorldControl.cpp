@@ -17,7 +17,7 @@ TreeModel* CurrentTree() {
 InstanceNode* AddInstanceAt(const std::string& parentIdPath, const std::string& name) {
     if (name.empty() || name.find('/') != std::string::npos) return nullptr;
     du::SmartPtr<WorldModel> world = CurrentWorld();
-    if (!world) return nullptr;
+    if (!world || !world->tree) return nullptr;
     TreeChange change;
     InstanceNode* made = nullptr;
     {
@@ -50,6 +50,11 @@ bool RemoveInstanceAt(const std::string& idPath) {
     return true;
 }
 
+du::SmartPtr<WorldModel> UseWorldWithoutTree() {
+    du::SmartPtr<WorldModel> present = CurrentWorld();
+    return MakeWorld(present ? present->actorName : "world", false);
+}
+
 InstanceNode* FindInstanceAt(const std::string& idPath) {
     WorldGuard guard(WorldMutex());
     TreeModel* tree = CurrentTree();
@@ -71,13 +76,32 @@ InstanceNode* FindInstanceById(std::uint64_t id) {
     return nullptr;
 }
 
-bool SetVisibilityOverride(const std::string& idPath, int state) {
-    WorldGuard guard(WorldMutex());
-    InstanceNode* node = FindInstanceAt(idPath);
-    if (!node) return false;
-    node->visibilityOverride = state;
+namespace {
+
+// Sets or clears the override, and tells every scene's listeners, as a
+// change of the instance's visibility would.
+bool Override(const std::string& idPath, bool overridden, int state) {
+    std::vector<du::SmartPtr<qxk::Scene>> scenes;
+    if (auto manager = CurrentSceneManager()) scenes = manager->GetScenes();
+    du::SmartPtr<qxk::Instance> changed;
+    {
+        WorldGuard guard(WorldMutex());
+        InstanceNode* node = FindInstanceAt(idPath);
+        if (!node) return false;
+        node->overridden = overridden;
+        node->visibilityOverride = state;
+        changed = node;
+        for (const auto& scene : scenes) NoteChange(*scene, changed);
+    }
+    for (const auto& scene : scenes) FlushChanges(*scene);
     return true;
 }
+
+}  // namespace
+
+bool SetVisibilityOverride(const std::string& idPath, int state) { return Override(idPath, true, state); }
+
+bool ClearVisibilityOverride(const std::string& idPath) { return Override(idPath, false, 0); }
 
 du::SmartPtr<qxk::Scene> FindSceneNamed(const std::string& name) {
     auto manager = CurrentSceneManager();

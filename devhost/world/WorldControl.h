@@ -20,7 +20,7 @@ namespace devhost {
 // Structure of the current world at run time; each change reaches the
 // tree's listeners (and so the tree models) like a host change would.
 // A new instance under parentIdPath ("" for a root), or null when the parent
-// is unknown or the name taken.
+// is unknown, the name taken or the world has no tree.
 InstanceNode* AddInstanceAt(const std::string& parentIdPath, const std::string& name);
 // Takes a branch out of the tree, and its shape instances out of every scene
 // of the application. False for an unknown idpath.
@@ -28,9 +28,18 @@ bool RemoveInstanceAt(const std::string& idPath);
 InstanceNode* FindInstanceAt(const std::string& idPath);
 // By id, searching the whole tree; null when none has it.
 InstanceNode* FindInstanceById(std::uint64_t id);
-// Forces the visibility state that tree models give an instance (1 to 9;
-// 0 goes back to the rule). False for an unknown idpath.
+// Forces the visibility state that tree models give an instance, any
+// integer (0, or 10 and more, included), until cleared. Tree models hear of
+// it as of a visibility change in each scene. False for an unknown idpath.
 bool SetVisibilityOverride(const std::string& idPath, int state);
+// The instance's state comes from the rule again.
+bool ClearVisibilityOverride(const std::string& idPath);
+
+// Makes the world of the process one with no tree (qxk::World::tree is
+// null and it has no structure), under the present world's actor name
+// ("world" without one). The application keeps its scenes and views; tree
+// models of the world before are told that it was cleared.
+du::SmartPtr<WorldModel> UseWorldWithoutTree();
 
 // Scenes and views of the application, by name.
 du::SmartPtr<qxk::Scene> FindSceneNamed(const std::string& name);

@@ -103,6 +103,17 @@ ProxyCompletion Completion(const Value& value, const std::string& place) {
     FailAt(place, "\"" + text + "\" is not one of \"auto\", \"manual\"");
 }
 
+const Value kNoInstances(rapidjson::kArrayType);
+
+ProxyStart Start(const Value& value, const std::string& place) {
+    std::string text = Text(value, place);
+    if (text == "unread") return ProxyStart::Unread;
+    if (text == "expanded") return ProxyStart::Expanded;
+    if (text == "failed") return ProxyStart::Failed;
+    if (text == "unexpandable") return ProxyStart::Unexpandable;
+    FailAt(place, "\"" + text + "\" is not one of \"unread\", \"expanded\", \"failed\", \"unexpandable\"");
+}
+
 class FileReader {
 public:
     // Deeper structures are refused rather than read by deep recursion.
@@ -113,7 +124,11 @@ public:
     void Read(const Value& root) {
         Object(root, "");
         if (const Value* name = Optional(root, "structureName")) builder_.SetStructureName(Text(*name, "/structureName"));
-        const Value& structure = Array(Need(root, "structure", ""), "/structure");
+        const bool withTree = static_cast<bool>(builder_.World().tree);
+        const Value* structureValue = withTree ? &Need(root, "structure", "") : Optional(root, "structure");
+        if (!structureValue) structureValue = &kNoInstances;
+        const Value& structure = Array(*structureValue, "/structure");
+        if (!withTree && structure.Size() != 0) FailAt("/structure", "a world with no tree has no instances");
         for (rapidjson::SizeType i = 0; i < structure.Size(); ++i) Node(structure[i], nullptr, At("/structure", i));
         if (const Value* scenes = Optional(root, "scenes")) {
             Array(*scenes, "/scenes");
@@ -130,8 +145,8 @@ public:
         if (const Value* messages = Optional(root, "messages")) Messages(*messages, "/messages");
         for (auto it = root.MemberBegin(); it != root.MemberEnd(); ++it) {
             std::string key(it->name.GetString(), it->name.GetStringLength());
-            static const std::set<std::string> own{"actorName", "structureName", "structure", "scenes", "activeView",
-                                                   "messages"};
+            static const std::set<std::string> own{"actorName", "tree",       "structureName", "structure",
+                                                   "scenes",    "activeView", "messages"};
             if (own.count(key)) continue;
             WorldSectionHandler handler;
             {
@@ -171,12 +186,14 @@ private:
         if (proxy) {
             std::string at = At(place, "proxy");
             Object(*proxy, at);
-            OnlyKeys(*proxy, at, {"outcome", "completion", "children"});
+            OnlyKeys(*proxy, at, {"outcome", "completion", "start", "children"});
             ProxyOutcome outcome = ProxyOutcome::Expand;
             ProxyCompletion completion = ProxyCompletion::Auto;
+            ProxyStart start = ProxyStart::Unread;
             if (const Value* o = Optional(*proxy, "outcome")) outcome = Outcome(*o, At(at, "outcome"));
             if (const Value* c = Optional(*proxy, "completion")) completion = Completion(*c, At(at, "completion"));
-            builder_.MakeProxy(*made, outcome, completion);
+            if (const Value* s = Optional(*proxy, "start")) start = Start(*s, At(at, "start"));
+            builder_.MakeProxy(*made, outcome, completion, start);
             children = Optional(*proxy, "children");
             if (children) Children(*children, made, At(at, "children"), depth + 1);
             return;
@@ -329,9 +346,12 @@ du::SmartPtr<WorldModel> LoadWorldText(const std::string& text, const std::strin
             throw WorldFileError("at " + LineAndColumn(text, document.GetErrorOffset()) + ": " +
                                  rapidjson::GetParseError_En(document.GetParseError()));
         std::string actorName = "world";
-        if (document.IsObject())
+        bool withTree = true;
+        if (document.IsObject()) {
             if (const Value* name = Optional(document, "actorName")) actorName = Text(*name, "/actorName");
-        WorldBuilder builder(actorName);
+            if (const Value* tree = Optional(document, "tree")) withTree = Flag(*tree, "/tree");
+        }
+        WorldBuilder builder(actorName, withTree);
         FileReader(builder).Read(document);
         return builder.Publish();
     } catch (const WorldFileError& e) {

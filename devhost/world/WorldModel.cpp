@@ -57,10 +57,15 @@ InstanceNode::~InstanceNode() {
     if (proxy) release(proxy->branch);
 }
 
-WorldModel::WorldModel(const std::string& actorName)
-    : qxk::World(new TreeModel(), new WindowImpl(du::Symbol(actorName)), new RootContainerImpl()),
-      actorName(actorName) {
-    Container().structures.emplace_back(new StructureImpl(du::Symbol("structure"), &Tree()));
+WorldModel::WorldModel(const std::string& actorName, bool withTree)
+    : WorldModel(actorName, new TreeModel(), withTree) {}
+
+WorldModel::WorldModel(const std::string& actorName, const du::SmartPtr<TreeModel>& treeModel, bool withTree)
+    : qxk::World(withTree ? du::SmartPtr<qxk::Tree>(treeModel) : nullptr, new WindowImpl(du::Symbol(actorName)),
+                 new RootContainerImpl()),
+      actorName(actorName),
+      treeModel_(treeModel) {
+    if (withTree) Container().structures.emplace_back(new StructureImpl(du::Symbol("structure"), treeModel_));
 }
 
 WorldModel::~WorldModel() = default;
@@ -90,8 +95,8 @@ void SetCurrentWorld(const du::SmartPtr<WorldModel>& world) {
     }
 }
 
-du::SmartPtr<WorldModel> MakeWorld(const std::string& actorName) {
-    du::SmartPtr<WorldModel> world(new WorldModel(actorName));
+du::SmartPtr<WorldModel> MakeWorld(const std::string& actorName, bool withTree) {
+    du::SmartPtr<WorldModel> world(new WorldModel(actorName, withTree));
     SetCurrentWorld(world);
     return world;
 }

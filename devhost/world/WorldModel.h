@@ -32,13 +32,16 @@ public:
 // The devhost's world. The tree, window and container are fixed for its
 // life; what is in them changes under the world lock. A world starts with
 // its primary structure, named "structure", whose tree is the world's tree.
+// A world made without a tree shows none to the host's callers
+// (qxk::World::tree is null, and it has no structure); its tree model stays
+// for the host's own parts and is never filled.
 class WorldModel : public qxk::World {
 public:
-    explicit WorldModel(const std::string& actorName);
+    explicit WorldModel(const std::string& actorName, bool withTree = true);
     ~WorldModel() override;
 
     const std::string actorName;
-    TreeModel& Tree() const { return static_cast<TreeModel&>(*tree); }
+    TreeModel& Tree() const { return *treeModel_; }
     RootContainerImpl& Container() const { return static_cast<RootContainerImpl&>(*rootContainer); }
 
     // State that other host parts attach to the world; it goes with it.
@@ -46,6 +49,9 @@ public:
     du::SmartPtr<du::RefCounted> GetExtension(const std::string& key) const;
 
 private:
+    WorldModel(const std::string& actorName, const du::SmartPtr<TreeModel>& treeModel, bool withTree);
+
+    const du::SmartPtr<TreeModel> treeModel_;
     std::map<std::string, du::SmartPtr<du::RefCounted>> extensions_;
 };
 
@@ -54,7 +60,7 @@ inline WorldModel& Model(qxk::World& world) { return static_cast<WorldModel&>(wo
 // The world of the process. Making one replaces the one before; the tree of
 // a world that goes tells its listeners that it was cleared.
 void SetCurrentWorld(const du::SmartPtr<WorldModel>& world);
-du::SmartPtr<WorldModel> MakeWorld(const std::string& actorName);
+du::SmartPtr<WorldModel> MakeWorld(const std::string& actorName, bool withTree = true);
 void DropWorld();
 du::SmartPtr<WorldModel> CurrentWorld();
 
