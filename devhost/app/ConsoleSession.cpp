@@ -5,9 +5,9 @@
 #include <mutex>
 
 #include "devhost/app/CommandConsole.h"
-#include "devhost/app/HostSettle.h"
 #include "devhost/client/CallbackReceivers.h"
 #include "devhost/client/ClientActor.h"
+#include "devhost/world/Settle.h"
 
 namespace devhost::app {
 
@@ -38,10 +38,7 @@ int RunConsoleSession(const du::SmartPtr<webapi::WebApiModule>& module, const st
     client.Adopt(viewables);
 
     CommandConsole console(module, {observer, viewables}, std::cout);
-    auto settle = [&] {
-        SettleHostAndModule(module);
-        client.Settle();
-    };
+    auto settle = [&] { Settle({du::DynamicCast<dom::ManagedObject>(module), observer, viewables}); };
     std::ifstream file;
     if (session != "-") file.open(session);
     std::istream& lines = session == "-" ? std::cin : file;

@@ -12,7 +12,6 @@
 #include <pthread.h>
 
 #include "devhost/app/ConsoleSession.h"
-#include "devhost/app/HostSettle.h"
 #include "devhost/client/PluginLibrary.h"
 #include "devhost/content/ContentWorldFile.h"
 #include "devhost/gateway/Gateway.h"
@@ -93,11 +92,10 @@ void DescribeWorld() {
 // Serves until SIGINT or SIGTERM, which every thread blocks so that one
 // waiting thread takes them.
 int ServeGateway(const Options& options, const du::Symbol& actorName,
-                 const du::SmartPtr<webapi::WebApiModule>& module, sigset_t& stopSignals) {
+                 sigset_t& stopSignals) {
     devhost::gateway::GatewayOptions gatewayOptions;
     gatewayOptions.actorName = actorName.str();
     gatewayOptions.webRoot = options.web;
-    gatewayOptions.settleHost = [module] { devhost::app::SettleHostAndModule(module); };
     devhost::gateway::Gateway gateway(gatewayOptions);
     std::string why;
     if (!gateway.Ready(&why)) {
@@ -177,7 +175,7 @@ int main(int argc, char** argv) {
         } else if (!options.session.empty()) {
             failures = devhost::app::RunConsoleSession(module, options.session);
         } else {
-            failures = ServeGateway(options, actorName, module, stopSignals);
+            failures = ServeGateway(options, actorName, stopSignals);
         }
     }
 

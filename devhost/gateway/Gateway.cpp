@@ -22,7 +22,6 @@ struct Gateway::Impl {
 
 Gateway::Gateway(GatewayOptions options) : impl_(std::make_unique<Impl>(options)) {
     GatewayContext& context = impl_->context;
-    context.settleHost = options.settleHost;
     if (context.catalog.Find(options.servedInterface))
         dom::ManagedObject::FindActor(du::Symbol(options.actorName), du::Symbol(options.servedInterface),
                                       context.module);

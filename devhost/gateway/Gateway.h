@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -17,9 +16,6 @@ struct GatewayOptions {
     std::size_t eventBound = 100000;
     // Largest request body taken, in bytes.
     std::size_t maxBody = 64u << 20;
-    // Returns once the host's own threads and the module are quiet; the
-    // gateway then settles its sessions' objects itself.
-    std::function<void()> settleHost;
 };
 
 // Serves a plug-in's remote interface to HTTP clients on 127.0.0.1, built

@@ -14,8 +14,7 @@
 namespace devhost::gateway {
 
 // What the gateway's routes share: the served module's proxy and method
-// tables, the client actor of the sessions' callback objects, the sessions,
-// and how to wait for the host to be quiet.
+// tables, the client actor of the sessions' callback objects and the sessions.
 struct GatewayContext {
     GatewayContext(SignatureCatalog catalog, std::size_t eventBound)
         : catalog(std::move(catalog)), client("GatewayClient"), sessions(this->catalog, client, eventBound) {}
@@ -24,7 +23,6 @@ struct GatewayContext {
     du::SmartPtr<dom::ManagedObject> module;  // proxy of the served interface; null when not found
     ClientActor client;
     SessionTable sessions;
-    std::function<void()> settleHost;
     std::atomic<bool> stopping{false};
 };
 

@@ -9,6 +9,7 @@
 #include "devhost/gateway/HostInspection.h"
 #include "devhost/gateway/JsonReply.h"
 #include "devhost/platform/TraceLog.h"
+#include "devhost/world/Settle.h"
 
 namespace devhost::gateway {
 
@@ -114,10 +115,11 @@ void AddHostRoutes(httplib::Server& server, GatewayContext& context) {
         Control(request, response);
     });
     // Host work may post to the module and the module call the sessions'
-    // objects, so the sessions' actor settles last.
+    // objects, which may call the module again: all of them settle together.
     server.Post("/host/settle", [&context](const httplib::Request&, httplib::Response& response) {
-        if (context.settleHost) context.settleHost();
-        context.client.Settle();
+        std::vector<du::SmartPtr<dom::ManagedObject>> actors = context.sessions.CallbackObjects();
+        if (context.module) actors.push_back(context.module);
+        Settle(actors);
         Document reply(rapidjson::kObjectType);
         reply.AddMember("settled", true, reply.GetAllocator());
         reply.AddMember("traceSeq", static_cast<std::uint64_t>(TraceLog::LastSequence()), reply.GetAllocator());

@@ -171,6 +171,14 @@ bool SessionTable::Close(unsigned long long id, const std::string& reason) {
     return true;
 }
 
+std::vector<du::SmartPtr<dom::ManagedObject>> SessionTable::CallbackObjects() const {
+    std::lock_guard<std::mutex> hold(mutex_);
+    std::vector<du::SmartPtr<dom::ManagedObject>> objects;
+    for (const auto& [id, session] : sessions_)
+        for (const auto& object : session->Callbacks()) objects.push_back(object);
+    return objects;
+}
+
 std::size_t SessionTable::Count() const {
     std::lock_guard<std::mutex> hold(mutex_);
     return sessions_.size();

@@ -26,6 +26,7 @@ public:
     Session& operator=(const Session&) = delete;
 
     unsigned long long Id() const { return id_; }
+    const std::vector<du::SmartPtr<CallbackObject>>& Callbacks() const { return callbacks_; }
     const SessionObjects& Objects() const { return objects_; }
 
     // Ends the session: its objects are let go (what the module still sends
@@ -71,6 +72,8 @@ public:
     // Ends the session and forgets it; false for an unknown id.
     bool Close(unsigned long long id, const std::string& reason);
     std::size_t Count() const;
+    // The callback objects of every open session.
+    std::vector<du::SmartPtr<dom::ManagedObject>> CallbackObjects() const;
 
 private:
     const SignatureCatalog& catalog_;

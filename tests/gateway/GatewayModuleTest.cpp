@@ -35,7 +35,6 @@ protected:
     static devhost::gateway::GatewayOptions Options() {
         devhost::gateway::GatewayOptions options;
         options.actorName = actorName;
-        options.settleHost = [] { devhost::DrainHostWorker(); };
         return options;
     }
 
