@@ -154,6 +154,9 @@ void WriteScenes(Json& out, JsonAllocator& allocator) {
                 item.AddMember("visible", shape->visible, allocator);
                 item.AddMember("color", ColorText(shape->color, allocator), allocator);
                 item.AddMember("colorCalls", static_cast<unsigned>(shape->colorCalls.size()), allocator);
+                // The host's colour starts as opaque black for every shape
+                // instance; a page shows a shape's own look until one is set.
+                item.AddMember("painted", !shape->colorCalls.empty() || shape->color != dg::Color(), allocator);
                 shapes.PushBack(item, allocator);
             }
             for (const AddShapeCall& call : state.addCalls) {
