@@ -1,23 +1,23 @@
-// The development host: the sample world (or a world file), the plug-in
-// loaded the way the viewer loads it, and a web client that drives the
-// module through the messaging layer from a session of command lines.
+// The development host's main job: a world (the built-in sample, a world
+// file or a synthetic world), the plug-in loaded the way the viewer loads
+// it, and the module served to web pages and HTTP clients through the
+// gateway on 127.0.0.1, until Ctrl-C or SIGTERM. With --session it runs a
+// console session of command lines instead.
 
-#include <cstdio>
-#include <fstream>
+#include <csignal>
 #include <iostream>
-#include <mutex>
 #include <string>
-#include <vector>
+#include <thread>
 
-#include "devhost/app/CommandConsole.h"
-#include "devhost/client/CallbackReceivers.h"
-#include "devhost/client/ClientActor.h"
+#include <pthread.h>
+
+#include "devhost/app/ConsoleSession.h"
 #include "devhost/client/PluginLibrary.h"
 #include "devhost/content/ContentWorldFile.h"
+#include "devhost/gateway/Gateway.h"
+#include "devhost/gateway/HostControl.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/samples/SampleWorlds.h"
-#include "devhost/world/Settle.h"
-#include "devhost/world/WorldFile.h"
 #include "dom/ManagedObject.h"
 #include "qxk/ActiveModule.h"
 #include "qxk/BaseTree.h"
@@ -27,68 +27,108 @@
 namespace {
 
 struct Options {
-    std::string worldFile;                         // "" for the built-in sample world
-    std::string session = DEVHOST_DEMO_SESSION;   // "-" for standard input
+    std::string worldFile;          // "" for the built-in sample world
+    std::size_t synthetic = 0;      // instances of a synthetic world; 0: none
+    std::string session;            // "" for the gateway; "-" for standard input
     std::string plugin = WEBAPI_PLUGIN_PATH;
-    bool trace = true;
+    std::string web = DEVHOST_WEB_ROOT;
+    int port = 8080;
+    bool trace = false;
 };
 
 void PrintUsage() {
-    std::cout << "usage: qxdevhost [--world FILE] [--session FILE|-] [--plugin PATH] [--no-trace]\n"
-                 "  Session lines are \"Method argument ...\" (the last argument takes the rest of the\n"
-                 "  line; quote others with '...'), \"settle\" (wait for host work and callbacks),\n"
-                 "  \"methods\", or comments starting with #.\n";
+    std::cout << "usage: webapi-devhost [--world FILE | --synthetic N] [--plugin PATH] [--port P] [--session FILE|-]\n"
+                 "                      [--web DIR] [--trace]\n"
+                 "  Serves the module on http://127.0.0.1:P/ (default 8080, or the next free port), with the\n"
+                 "  page at / and the API of devhost/gateway/GATEWAY.md. --session runs a console session of\n"
+                 "  lines \"Method argument ...\", \"settle\", \"methods\" or # comments instead. --trace echoes\n"
+                 "  the trace to standard error.\n";
 }
 
 bool ParseOptions(int argc, char** argv, Options& options) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
-        auto value = [&](std::string& target) {
+        std::string value;
+        auto next = [&] {
             if (i + 1 >= argc) return false;
-            target = argv[++i];
+            value = argv[++i];
             return true;
         };
-        if (arg == "--world") {
-            if (!value(options.worldFile)) return false;
-        } else if (arg == "--session") {
-            if (!value(options.session)) return false;
-        } else if (arg == "--plugin") {
-            if (!value(options.plugin)) return false;
-        } else if (arg == "--no-trace") {
-            options.trace = false;
-        } else {
+        try {
+            if (arg == "--world" && next()) {
+                options.worldFile = value;
+            } else if (arg == "--synthetic" && next()) {
+                options.synthetic = std::stoul(value);
+            } else if (arg == "--session" && next()) {
+                options.session = value;
+            } else if (arg == "--plugin" && next()) {
+                options.plugin = value;
+            } else if (arg == "--web" && next()) {
+                options.web = value;
+            } else if (arg == "--port" && next()) {
+                options.port = std::stoi(value);
+            } else if (arg == "--trace") {
+                options.trace = true;
+            } else if (arg == "--no-trace") {
+                options.trace = false;
+            } else {
+                return false;
+            }
+        } catch (const std::exception&) {
             return false;
         }
     }
-    return true;
-}
-
-std::mutex g_printLock;
-
-void Print(const std::string& text) {
-    std::lock_guard<std::mutex> hold(g_printLock);
-    std::cout << text << std::flush;
-}
-
-devhost::CallbackSink PrintingSink() {
-    return [](const devhost::ReceivedCall& call) {
-        std::string line = "  <- " + call.method + "(";
-        for (std::size_t i = 0; i < call.arguments.size(); ++i) line += (i ? ", " : "") + call.arguments[i];
-        Print(line + ")\n");
-    };
+    return options.worldFile.empty() || options.synthetic == 0;
 }
 
 void DescribeWorld() {
     const du::SmartPtr<qxk::World> world = qxk::World::GetWorld();
     unsigned int instances = 0;
     if (world && world->tree) world->tree->GetNumInstances(instances);
-    Print("world \"" + std::string(world ? world->GetActorName().safe_c_str() : "") + "\" with " +
-          std::to_string(instances) + " instances\n");
+    std::cout << "world \"" << (world ? world->GetActorName().safe_c_str() : "") << "\" with " << instances
+              << " instances" << std::endl;
+}
+
+// Serves until SIGINT or SIGTERM, which every thread blocks so that one
+// waiting thread takes them.
+int ServeGateway(const Options& options, const du::Symbol& actorName,
+                 sigset_t& stopSignals) {
+    devhost::gateway::GatewayOptions gatewayOptions;
+    gatewayOptions.actorName = actorName.str();
+    gatewayOptions.webRoot = options.web;
+    devhost::gateway::Gateway gateway(gatewayOptions);
+    std::string why;
+    if (!gateway.Ready(&why)) {
+        std::cerr << "webapi-devhost: " << why << '\n';
+        return 1;
+    }
+    const int port = gateway.Bind(options.port);
+    if (port < 0) {
+        std::cerr << "webapi-devhost: no free port from " << options.port << '\n';
+        return 1;
+    }
+    std::cout << "webapi-devhost: open http://127.0.0.1:" << port << "/  (Ctrl-C ends)" << std::endl;
+    std::thread waiter([&] {
+        int signal = 0;
+        sigwait(&stopSignals, &signal);
+        gateway.Stop();
+    });
+    gateway.Serve();
+    // Serve may also end by itself; the waiter is then woken as a stop would.
+    pthread_kill(waiter.native_handle(), SIGTERM);
+    waiter.join();
+    return 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGINT);
+    sigaddset(&stopSignals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
+
     Options options;
     if (!ParseOptions(argc, argv, options)) {
         PrintUsage();
@@ -97,77 +137,50 @@ int main(int argc, char** argv) {
     devhost::TraceLog::SetEcho(options.trace);
 
     try {
-        if (options.worldFile.empty()) {
+        if (options.synthetic > 0)
+            devhost::gateway::LoadSyntheticWorld(options.synthetic);
+        else if (options.worldFile.empty())
             devhost::LoadDefaultSampleWorld();
-        } else {
+        else
             devhost::LoadContentWorldFile(options.worldFile);
-        }
     } catch (const std::exception& failure) {
-        std::cerr << "qxdevhost: " << failure.what() << '\n';
+        std::cerr << "webapi-devhost: " << failure.what() << '\n';
         return 1;
     }
     DescribeWorld();
 
     devhost::PluginLibrary plugin(options.plugin);
     if (!plugin.IsLoaded()) {
-        std::cerr << "qxdevhost: cannot load " << options.plugin << ": " << plugin.Error() << '\n';
+        std::cerr << "webapi-devhost: cannot load " << options.plugin << ": " << plugin.Error() << '\n';
         return 1;
     }
     const bool started = plugin.Init();
     du::SmartPtr<du::RefCounted> component;
     if (!started || !plugin.CreateComponent("world", "web", "api", component)) {
-        std::cerr << "qxdevhost: the plug-in did not start\n";
+        std::cerr << "webapi-devhost: the plug-in did not start\n";
         plugin.Terminate();
         return 1;
     }
     const du::Symbol actorName = dynamic_cast<qxk::ActiveModule&>(*component).GetActorName();
-    Print("plug-in " + options.plugin + " answers as actor \"" + actorName.str() + "\"\n");
+    std::cout << "plug-in " << options.plugin << " answers as actor \"" << actorName.str() << "\"" << std::endl;
 
     int failures = 0;
     {
-        devhost::ClientActor client("WebClient");
-        du::SmartPtr<devhost::TreeObserverReceiver> observer = new devhost::TreeObserverReceiver(PrintingSink());
-        du::SmartPtr<devhost::ViewablesRequestReceiver> viewables =
-            new devhost::ViewablesRequestReceiver(PrintingSink());
-        client.Adopt(observer);
-        client.Adopt(viewables);
-
         du::SmartPtr<dom::ManagedObject> proxy;
         dom::ManagedObject::FindActor(actorName, "webapi::WebApiModule", proxy);
         du::SmartPtr<webapi::WebApiModule> module = du::DynamicCast<webapi::WebApiModule>(proxy);
         if (!module) {
-            std::cerr << "qxdevhost: no actor \"" << actorName.str() << "\" with webapi::WebApiModule\n";
+            std::cerr << "webapi-devhost: no actor \"" << actorName.str() << "\" with webapi::WebApiModule\n";
             failures = 1;
+        } else if (!options.session.empty()) {
+            failures = devhost::app::RunConsoleSession(module, options.session);
         } else {
-            devhost::app::CommandConsole console(module, {observer, viewables}, std::cout);
-            auto settle = [&] { devhost::Settle({proxy, observer, viewables}); };
-            std::ifstream file;
-            if (options.session != "-") file.open(options.session);
-            std::istream& session = options.session == "-" ? std::cin : file;
-            if (!session) {
-                std::cerr << "qxdevhost: cannot read " << options.session << '\n';
-                failures = 1;
-            }
-            std::string line;
-            while (std::getline(session, line)) {
-                if (line.empty()) continue;
-                if (line[0] == '#') {
-                    Print(line + "\n");
-                } else if (line == "settle") {
-                    settle();
-                } else if (line == "methods") {
-                    for (const std::string& name : devhost::app::CommandConsole::MethodNames()) Print(name + "\n");
-                } else {
-                    std::lock_guard<std::mutex> hold(g_printLock);
-                    if (!console.Run(line)) ++failures;
-                }
-            }
-            settle();
+            failures = ServeGateway(options, actorName, stopSignals);
         }
     }
 
     plugin.Terminate();
     component.reset();
-    Print(std::string("plug-in terminated and ") + (plugin.Unload() ? "unloaded" : "still loaded") + "\n");
+    std::cout << "plug-in terminated and " << (plugin.Unload() ? "unloaded" : "still loaded") << std::endl;
     return failures == 0 ? 0 : 1;
 }

@@ -49,6 +49,10 @@ bool ClientActor::Adopt(const du::SmartPtr<dom::ManagedObject>& object) {
     return loop_->anchor && loop_->anchor->ManageObject(object);
 }
 
+bool ClientActor::Release(const du::SmartPtr<dom::ManagedObject>& object) {
+    return loop_->anchor && loop_->anchor->UnmanageObject(object);
+}
+
 void ClientActor::Settle() {
     // A task dropped unrun by a shutdown breaks the promise, which also ends the wait.
     auto served = std::make_shared<std::promise<void>>();

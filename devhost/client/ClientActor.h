@@ -21,6 +21,9 @@ public:
     // Binds an object to this actor's queue, so that its messages are served
     // on this actor's thread. False once the actor has stopped.
     bool Adopt(const du::SmartPtr<dom::ManagedObject>& object);
+    // Lets go of an adopted object: messages that reach it later are
+    // dropped (one-way) or refused (requests). False when it was not adopted.
+    bool Release(const du::SmartPtr<dom::ManagedObject>& object);
     // Returns once every message sent to this actor's objects before the
     // call has been served.
     void Settle();

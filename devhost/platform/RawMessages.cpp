@@ -6,7 +6,7 @@
 
 namespace devhost {
 
-dom::MessagePtr SendRawMessage(const du::SmartPtr<dom::ManagedObject>& target, short table, short tag,
+dom::MessagePtr MakeRawMessage(const du::SmartPtr<dom::ManagedObject>& target, short table, short tag,
                                const std::vector<MessageValue>& values, bool needsReply) {
     if (!target) return nullptr;
     dom::MessageWriter writer = target->StartNewMessage(static_cast<unsigned short>(tag));
@@ -18,8 +18,22 @@ dom::MessagePtr SendRawMessage(const du::SmartPtr<dom::ManagedObject>& target, s
     dom::Message::Content& content = message->GetContent();
     content.table = table;
     content.values = values;
-    target->DeliverMessage(message);
     return message;
+}
+
+dom::MessagePtr SendRawMessage(const du::SmartPtr<dom::ManagedObject>& target, short table, short tag,
+                               const std::vector<MessageValue>& values, bool needsReply) {
+    dom::MessagePtr message = MakeRawMessage(target, table, tag, values, needsReply);
+    if (message) target->DeliverMessage(message);
+    return message;
+}
+
+Refusal RefusalOf(const dom::MessagePtr& message) {
+    if (!message) return Refusal::None;
+    const dom::Message::Content& content = message->GetContent();
+    if (content.badTable) return Refusal::BadTable;
+    if (content.badTag) return Refusal::BadTag;
+    return Refusal::None;
 }
 
 std::vector<MessageValue> GetMessageValues(const dom::MessagePtr& message) {

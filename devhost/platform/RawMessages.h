@@ -22,6 +22,17 @@ namespace devhost {
 dom::MessagePtr SendRawMessage(const du::SmartPtr<dom::ManagedObject>& target, short table, short tag,
                                const std::vector<MessageValue>& values, bool needsReply);
 
+// The message that SendRawMessage would send, not yet delivered; a caller
+// that delivers it itself can tell, after a failed request, why the
+// receiver refused it (RefusalOf).
+dom::MessagePtr MakeRawMessage(const du::SmartPtr<dom::ManagedObject>& target, short table, short tag,
+                               const std::vector<MessageValue>& values, bool needsReply);
+
+// Why the receiver refused a delivered request: its tag, its method table,
+// or neither (None: it was served, or failed for another reason).
+enum class Refusal { None, BadTag, BadTable };
+Refusal RefusalOf(const dom::MessagePtr& message);
+
 // The values a message holds now: the reply's, once a reply was written.
 std::vector<MessageValue> GetMessageValues(const dom::MessagePtr& message);
 

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace devhost::gateway {
+
+struct GatewayOptions {
+    // The actor that serves the interface, as the plug-in's component names it.
+    std::string actorName;
+    std::string servedInterface = "webapi::WebApiModule";
+    // The folder of the web page served at "/"; "" serves none.
+    std::string webRoot;
+    // Events that may wait for a session's reader before the session ends.
+    std::size_t eventBound = 100000;
+    // Largest request body taken, in bytes.
+    std::size_t maxBody = 64u << 20;
+};
+
+// Serves a plug-in's remote interface to HTTP clients on 127.0.0.1, built
+// from the registered proxy factories' signature tables alone: every
+// method of the served interface can be called, and every callback
+// interface its signatures reference is implemented for each session.
+// GATEWAY.md beside this file documents the endpoints.
+class Gateway {
+public:
+    explicit Gateway(GatewayOptions options);
+    ~Gateway();
+    Gateway(const Gateway&) = delete;
+    Gateway& operator=(const Gateway&) = delete;
+
+    // False, with the reason, when the served interface has no factory or no
+    // actor of that name serves it.
+    bool Ready(std::string* why = nullptr) const;
+
+    // Binds to port on 127.0.0.1, or to the next free port of the ten after
+    // it; 0 takes any free port. Gives the port bound, or -1.
+    int Bind(int port);
+    // Serves until Stop; the bound port is needed first.
+    void Serve();
+    // Thread-safe; Serve returns, open event streams end.
+    void Stop();
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace devhost::gateway

@@ -1,0 +1,285 @@
+#include "devhost/gateway/HostControl.h"
+
+#include <algorithm>
+#include <map>
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include "devhost/content/ContentWorldFile.h"
+#include "devhost/content/SceneContent.h"
+#include "devhost/content/WorldContent.h"
+#include "devhost/platform/Faults.h"
+#include "devhost/samples/LargeWorld.h"
+#include "devhost/samples/SampleWorlds.h"
+#include "devhost/world/WorldControl.h"
+#include "devhost/world/WorldFile.h"
+
+namespace devhost::gateway {
+
+namespace {
+
+// Reads members of a request; each sets error naming the member and gives
+// false when it is missing (unless optional) or of another type.
+struct Members {
+    const Json& request;
+    std::string& error;
+
+    const Json* Find(const char* key) const {
+        auto member = request.FindMember(key);
+        return member == request.MemberEnd() ? nullptr : &member->value;
+    }
+    bool Fail(const char* key, const char* wanted) const {
+        error = std::string("\"") + key + "\" is to be " + wanted;
+        return false;
+    }
+    bool String(const char* key, std::string& value, bool optional = false) const {
+        const Json* found = Find(key);
+        if (!found) return optional || Fail(key, "a string");
+        if (!found->IsString()) return Fail(key, "a string");
+        value.assign(found->GetString(), found->GetStringLength());
+        return true;
+    }
+    bool Bool(const char* key, bool& value, bool optional = false) const {
+        const Json* found = Find(key);
+        if (!found) return optional || Fail(key, "a boolean");
+        if (!found->IsBool()) return Fail(key, "a boolean");
+        value = found->GetBool();
+        return true;
+    }
+    bool Int(const char* key, int& value, bool optional = false) const {
+        const Json* found = Find(key);
+        if (!found) return optional || Fail(key, "an integer");
+        if (!found->IsInt()) return Fail(key, "an integer");
+        value = found->GetInt();
+        return true;
+    }
+    bool Array(const char* key, const Json*& value) const {
+        value = Find(key);
+        return (value && value->IsArray()) || Fail(key, "an array");
+    }
+};
+
+bool Done(bool ok, std::string& error, const std::string& why) {
+    if (!ok) error = why;
+    return ok;
+}
+
+bool ReleaseExpansions(const Json&, Json& result, JsonAllocator& allocator, std::string&) {
+    result.AddMember("finished", ReleasePendingExpansions(), allocator);
+    return true;
+}
+
+bool ResolveExpansion(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    std::string idPath;
+    bool success = true;
+    if (!m.String("idpath", idPath) || !m.Bool("success", success, true)) return false;
+    return Done(ResolvePendingExpansion(idPath, success), error, "no read of \"" + idPath + "\" is pending");
+}
+
+bool ReleaseFetch(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    int number = 0;
+    bool succeed = true;
+    if (!m.Int("number", number) || !m.Bool("succeed", succeed, true)) return false;
+    auto content = CurrentContent();
+    return Done(content && number >= 0 && content->OwnLoader()->ReleaseFetch(static_cast<std::size_t>(number), succeed),
+                error, "no held fetch " + std::to_string(number));
+}
+
+bool SetSelection(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    std::string scene;
+    int set = 0;
+    const Json* items = nullptr;
+    if (!m.String("scene", scene) || !m.Int("set", set, true) || !m.Array("items", items)) return false;
+    std::vector<SelectionItemDesc> descs;
+    for (const Json& item : items->GetArray()) {
+        if (!item.IsObject()) return Done(false, error, "an item is {\"contentType\", \"fields\"}");
+        Members fields{item, error};
+        SelectionItemDesc desc;
+        std::string contentType;
+        if (!fields.String("contentType", contentType, true) ||
+            !fields.Bool("representation", desc.hasRepresentation, true))
+            return false;
+        desc.contentType = du::Symbol(contentType);
+        if (const Json* values = fields.Find("fields")) {
+            if (!values->IsObject()) return fields.Fail("fields", "an object of texts");
+            for (auto field = values->MemberBegin(); field != values->MemberEnd(); ++field) {
+                if (!field->value.IsString()) return fields.Fail("fields", "an object of texts");
+                desc.fields.emplace_back(du::Symbol(field->name.GetString()), field->value.GetString());
+            }
+        }
+        descs.push_back(std::move(desc));
+    }
+    return Done(SetSceneSelection(scene, static_cast<unsigned>(set), descs), error, "no scene \"" + scene + "\"");
+}
+
+bool ActivateViewNamed(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    std::string view;
+    if (!m.String("view", view)) return false;
+    return Done(ActivateView(view), error, "no view \"" + view + "\"");
+}
+
+bool AddInstances(const Json& request, Json& result, JsonAllocator& allocator, std::string& error) {
+    Members m{request, error};
+    const Json* instances = nullptr;
+    if (!m.Array("instances", instances)) return false;
+    Json ids(rapidjson::kArrayType);
+    for (const Json& instance : instances->GetArray()) {
+        if (!instance.IsObject()) return Done(false, error, "an instance is {\"parent\", \"name\"}");
+        Members each{instance, error};
+        std::string parent, name;
+        if (!each.String("parent", parent, true) || !each.String("name", name)) return false;
+        InstanceNode* made = AddInstanceAt(parent, name);
+        if (!made) return Done(false, error, "cannot add \"" + name + "\" under \"" + parent + "\"");
+        ids.PushBack(Json(std::to_string(made->uid).c_str(), allocator), allocator);
+    }
+    result.AddMember("ids", ids, allocator);
+    return true;
+}
+
+bool RemoveInstances(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    const Json* paths = nullptr;
+    if (!m.Array("idpaths", paths)) return false;
+    for (const Json& path : paths->GetArray()) {
+        if (!path.IsString()) return m.Fail("idpaths", "an array of idpaths");
+        if (!RemoveInstanceAt(path.GetString()))
+            return Done(false, error, std::string("no instance \"") + path.GetString() + "\"");
+    }
+    return true;
+}
+
+bool VisibilityOverride(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    std::string idPath;
+    int state = 0;
+    if (!m.String("idpath", idPath) || !m.Int("state", state)) return false;
+    if (state < 0 || state > 9) return Done(false, error, "\"state\" is 0 (the rule) to 9");
+    return Done(SetVisibilityOverride(idPath, state), error, "no instance \"" + idPath + "\"");
+}
+
+bool ShowShape(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    std::string scene, idPath;
+    bool visible = true;
+    if (!m.String("scene", scene) || !m.String("idpath", idPath) || !m.Bool("visible", visible)) return false;
+    return Done(ShowInstance(scene, idPath, visible), error, "no shape scene \"" + scene + "\" or instance");
+}
+
+bool ViewerProgress(const Json& request, Json& result, JsonAllocator& allocator, std::string& error) {
+    Members m{request, error};
+    std::string view;
+    int percentage = 100;
+    bool finish = true;
+    if (!m.String("view", view) || !m.Int("percentage", percentage, true) || !m.Bool("finish", finish, true))
+        return false;
+    auto found = FindViewNamed(view);
+    if (!found) return Done(false, error, "no view \"" + view + "\"");
+    result.AddMember("events",
+                     ReportViewerProgress(*found, static_cast<unsigned char>(std::clamp(percentage, 0, 100)), finish),
+                     allocator);
+    return true;
+}
+
+bool ArmFaultAt(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    static const std::map<std::string, FaultKind> kinds = {
+        {"fail", FaultKind::Fail},
+        {"throw", FaultKind::ThrowStd},
+        {"actorShutdown", FaultKind::ThrowActorShutdown},
+        {"connectionLost", FaultKind::ThrowConnectionLost},
+        {"messageProtocol", FaultKind::ThrowMessageProtocol},
+        {"invalidActor", FaultKind::ThrowInvalidActor},
+        {"unknown", FaultKind::ThrowUnknown},
+    };
+    Members m{request, error};
+    std::string point, kind = "fail", text = "fault";
+    int count = -1;
+    if (!m.String("point", point) || !m.String("kind", kind, true) || !m.String("text", text, true) ||
+        !m.Int("count", count, true))
+        return false;
+    auto found = kinds.find(kind);
+    if (found == kinds.end())
+        return Done(false, error, "\"kind\" is one of fail, throw, actorShutdown, connectionLost, messageProtocol, "
+                                  "invalidActor, unknown");
+    ArmFault(point, Fault{found->second, text, count});
+    return true;
+}
+
+bool DisarmFaults(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    std::string point;
+    if (!m.String("point", point, true)) return false;
+    if (point.empty())
+        DisarmAllFaults();
+    else
+        DisarmFault(point);
+    return true;
+}
+
+// Another world replaces the current one; the module sees it as a viewer
+// would see a new document: its tree clears and fills again.
+bool LoadWorld(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    try {
+        if (const Json* inline_ = m.Find("world")) {
+            if (!inline_->IsObject()) return m.Fail("world", "a world object");
+            rapidjson::StringBuffer text;
+            rapidjson::Writer<rapidjson::StringBuffer> writer(text);
+            inline_->Accept(writer);
+            LoadWorldText(text.GetString(), "inline world");
+        } else if (const Json* synthetic = m.Find("synthetic")) {
+            if (!synthetic->IsUint() || synthetic->GetUint() < 1)
+                return m.Fail("synthetic", "a number of instances");
+            LoadSyntheticWorld(synthetic->GetUint());
+        } else {
+            std::string path;
+            if (!m.String("path", path, true)) return false;
+            if (path.empty())
+                LoadDefaultSampleWorld();
+            else
+                LoadContentWorldFile(path);
+        }
+    } catch (const std::exception& failure) {
+        error = failure.what();
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+void LoadSyntheticWorld(std::size_t instances) {
+    LargeWorldParams params;
+    params.instances = instances;
+    // Ten children an assembly, as deep as the count needs.
+    params.fanOut = 10;
+    params.depth = 1;
+    for (std::size_t holds = 11; holds < instances; holds = holds * 10 + 1) ++params.depth;
+    BuildLargeWorld(params);
+}
+
+const std::vector<ControlAction>& ControlActions() {
+    static const std::vector<ControlAction> actions = {
+        {"releaseExpansions", "", ReleaseExpansions},
+        {"resolveExpansion", "idpath, success (default true)", ResolveExpansion},
+        {"releaseFetch", "number, succeed (default true)", ReleaseFetch},
+        {"setSelection", "scene, set (default 0), items [{contentType, fields {name: text}, representation}]",
+         SetSelection},
+        {"activateView", "view (\"\" for none)", ActivateViewNamed},
+        {"addInstances", "instances [{parent (idpath, \"\" for a root), name}]", AddInstances},
+        {"removeInstances", "idpaths [idpath]", RemoveInstances},
+        {"setVisibilityOverride", "idpath, state (1 to 9; 0 back to the rule)", VisibilityOverride},
+        {"showInstance", "scene, idpath, visible", ShowShape},
+        {"reportViewerProgress", "view, percentage (default 100), finish (default true)", ViewerProgress},
+        {"armFault", "point, kind (default fail), text, count (default -1: every hit)", ArmFaultAt},
+        {"disarmFaults", "point (default: all)", DisarmFaults},
+        {"loadWorld", "path (\"\" for the sample world) | world {inline world file} | synthetic N", LoadWorld},
+    };
+    return actions;
+}
+
+}  // namespace devhost::gateway

@@ -1,0 +1,58 @@
+#include "devhost/gateway/JsonReply.h"
+
+#include <rapidjson/error/en.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+namespace devhost::gateway {
+
+std::string JsonText(const rapidjson::Value& value) {
+    rapidjson::StringBuffer text;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(text);
+    value.Accept(writer);
+    return std::string(text.GetString(), text.GetSize());
+}
+
+void ReplyJson(httplib::Response& response, int status, const rapidjson::Value& value) {
+    response.status = status;
+    response.set_content(JsonText(value), "application/json");
+}
+
+void ReplyError(httplib::Response& response, int status, const std::string& error, const std::string& message) {
+    rapidjson::Document reply(rapidjson::kObjectType);
+    auto& allocator = reply.GetAllocator();
+    reply.AddMember("error", rapidjson::Value(error.c_str(), allocator), allocator);
+    reply.AddMember("message", rapidjson::Value(message.c_str(), allocator), allocator);
+    ReplyJson(response, status, reply);
+}
+
+bool ParseObjectBody(const httplib::Request& request, rapidjson::Document& body, httplib::Response& response) {
+    body.Parse(request.body.data(), request.body.size());
+    if (body.HasParseError()) {
+        ReplyError(response, 400, "bad-json",
+                   std::string("the body is not JSON: ") + rapidjson::GetParseError_En(body.GetParseError()) +
+                       " (at byte " + std::to_string(body.GetErrorOffset()) + ")");
+        return false;
+    }
+    if (!body.IsObject()) {
+        ReplyError(response, 400, "bad-request", "the body is to be a JSON object");
+        return false;
+    }
+    return true;
+}
+
+bool ReadSessionId(const rapidjson::Value& value, unsigned long long& id) {
+    if (value.IsUint64()) {
+        id = value.GetUint64();
+        return true;
+    }
+    return value.IsString() && ReadSessionId(std::string(value.GetString(), value.GetStringLength()), id);
+}
+
+bool ReadSessionId(const std::string& text, unsigned long long& id) {
+    if (text.empty() || text.size() > 19 || text.find_first_not_of("0123456789") != std::string::npos) return false;
+    id = std::stoull(text);
+    return true;
+}
+
+}  // namespace devhost::gateway

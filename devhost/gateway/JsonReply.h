@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include <httplib.h>
+#include <rapidjson/document.h>
+
+namespace devhost::gateway {
+
+// Compact JSON text of a value.
+std::string JsonText(const rapidjson::Value& value);
+
+void ReplyJson(httplib::Response& response, int status, const rapidjson::Value& value);
+// {"error": error, "message": message}
+void ReplyError(httplib::Response& response, int status, const std::string& error, const std::string& message);
+
+// Parses the request's body as a JSON object; on failure answers 400 with
+// where it went wrong and gives false.
+bool ParseObjectBody(const httplib::Request& request, rapidjson::Document& body, httplib::Response& response);
+
+// A session id from a JSON number or a text of digits; false for anything else.
+bool ReadSessionId(const rapidjson::Value& value, unsigned long long& id);
+bool ReadSessionId(const std::string& text, unsigned long long& id);
+
+}  // namespace devhost::gateway

@@ -1,0 +1,260 @@
+// The page: a web client of the module through the gateway. The tree is fed
+// only by the module's tree documents; the viewer pane and the host panel
+// show what the development host did after each call.
+
+import { Session, host } from './api.js';
+import { parseDocument, parseViewable, hexColor } from './documents.js';
+import { TreeModel } from './treeModel.js';
+import { TreeView } from './treeView.js';
+import { Viewer } from './viewer.js';
+
+const $ = (selector) => document.querySelector(selector);
+const status = (text) => { $('#status').textContent = text; };
+
+const model = new TreeModel();
+const viewer = new Viewer($('#viewer'), $('#viewer-caption'));
+const page = { treeShownAt: null, startedAt: performance.now(), documents: 0, viewables: new Map() };
+window.webapiPage = page;
+let session;
+
+const treeView = new TreeView($('#tree'), model, {
+  // The module decides from the node's state whether to hide or to show.
+  onToggleVisibility: (node, others) => act('SelectTreeNodes', JSON.stringify({
+    primaryNode: node.id, selectedNodes: others.map((other) => other.id),
+  })),
+  // Asks the states of the children, which the module sends as changes.
+  onExpand: (node) => {
+    if (node.asked) return;
+    node.asked = true;
+    session.call('SelectTreeNodes', JSON.stringify({ nodes: [node.id], depth: '1' })).catch(report);
+  },
+  onSelect: (primary, selected) => viewer.select(selected.map((node) => node.idpath)),
+});
+
+function report(error) {
+  status(String(error.message ?? error));
+  console.error(error);
+}
+
+// ---- callbacks -------------------------------------------------------------
+
+function onEvent(event) {
+  const [text, requestId] = event.args;
+  switch (event.method) {
+    case 'OnTreeMapping':
+    case 'OnTreeUpdate': {
+      page.documents++;
+      const shapeChanged = model.apply(parseDocument(text));
+      if (model.roots.length === 1 && !model.roots[0].expanded && model.roots[0].children.length) model.roots[0].expanded = true;
+      treeView.refresh(shapeChanged);
+      $('#tree-count').textContent = `${model.size} nodes`;
+      if (model.size && page.treeShownAt === null) {
+        requestAnimationFrame(() => {
+          page.treeShownAt = performance.now();
+          document.body.dataset.treeReady = String(model.size);
+        });
+      }
+      break;
+    }
+    case 'StartViewablesResult':
+      page.viewables.set(requestId, []);
+      $('#viewables').textContent = '';
+      break;
+    case 'ViewablesResult':
+      showViewable(parseViewable(text));
+      break;
+    case 'EndViewablesResult':
+      $('#viewables').dataset.done = String(requestId);
+      break;
+    default:
+      break;
+  }
+}
+
+function showViewable(viewable) {
+  const card = document.createElement('div');
+  card.className = 'viewable';
+  if (viewable.pngb64) {
+    const image = document.createElement('img');
+    image.src = `data:image/png;base64,${viewable.pngb64}`;
+    image.alt = viewable.name ?? '';
+    card.append(image);
+  }
+  card.append(`${viewable.name ?? '?'}`, document.createElement('br'));
+  const small = document.createElement('small');
+  small.textContent = `${viewable.viewableType ?? ''} · ${viewable.idpath ?? ''}`;
+  card.append(small);
+  $('#viewables').append(card);
+}
+
+// ---- host side --------------------------------------------------------------
+
+let refreshing = null;
+async function refreshHost() {
+  if (refreshing) return refreshing;
+  refreshing = (async () => {
+    try {
+      const state = await host.state(['activeView', 'views', 'scenes', 'progress']);
+      const view = state.views.find((each) => each.active);
+      const scene = view && state.scenes.find((each) => each.name === view.scene && each.shapeScene);
+      viewer.show(scene ? `${view.name} / ${scene.name}` : null, scene ? scene.shapes : []);
+      showProgress(state.progress);
+      showWorkflow(view);
+    } catch (error) {
+      report(error);
+    } finally {
+      refreshing = null;
+    }
+  })();
+  return refreshing;
+}
+
+function showProgress(displays) {
+  $('#progress').innerHTML = displays.slice(-5).map((display) => `
+    <div class="progress ${display.running ? '' : 'done'}">
+      <div>${escape(display.text || `progress ${display.id}`)} — ${display.type === 'bar' ? `${display.percentage}%` : 'busy'}</div>
+      <div class="bar"><div style="width:${display.type === 'bar' ? display.percentage : 100}%"></div></div>
+    </div>`).join('');
+}
+
+function showWorkflow(view) {
+  const messages = view ? view.workflowMessages.slice(-30) : [];
+  $('#workflow').innerHTML = messages.map((message) =>
+    `<li>${escape(message.workflow)} · ${escape(message.message)} · ${message.value}${message.data ? ` · ${escape(JSON.stringify(message.data))}` : ''}</li>`).join('');
+}
+
+let traceSeq = 0;
+async function pollTraces() {
+  try {
+    const { entries } = await host.traces(traceSeq);
+    const log = $('#traces');
+    for (const entry of entries) {
+      const line = document.createElement('div');
+      if (entry.type === 3) line.className = 't3';
+      line.innerHTML = `<span class="seq">${entry.seq}</span>`;
+      line.append(`${entry.names.join(':')} ${entry.text}`);
+      log.append(line);
+      traceSeq = entry.seq;
+    }
+    while (log.childElementCount > 400) log.firstElementChild.remove();
+    if (entries.length) log.scrollTop = log.scrollHeight;
+  } catch (error) {
+    report(error);
+  }
+  setTimeout(pollTraces, 1000);
+}
+
+// A call whose effect shows on the host: the page waits until the host is
+// quiet, then draws what it shows now.
+async function act(method, ...args) {
+  try {
+    status(`${method}…`);
+    const reply = await session.call(method, ...args);
+    await host.settle();
+    await refreshHost();
+    status(`${method} done`);
+    return reply;
+  } catch (error) {
+    report(error);
+    return null;
+  }
+}
+
+// ---- panels -----------------------------------------------------------------
+
+function selectedPaths() {
+  return [...treeView.selected].map((node) => node.idpath);
+}
+
+function wirePanels() {
+  for (const button of document.querySelectorAll('[data-call]'))
+    button.addEventListener('click', () => act(button.dataset.call, ...JSON.parse(button.dataset.args ?? '[]')));
+  $('#zoom-selected').addEventListener('click', () => act('ZoomToSelected', 0));
+  $('#cross-selection').addEventListener('change', (event) => act('SetCrossSelection', event.target.checked));
+  $('#profiles-reload').addEventListener('click', async () => {
+    const reply = await act('GetProfiles');
+    const select = $('#profiles');
+    select.length = 1;
+    const text = reply?.result;
+    if (!text) return;
+    const parsed = parseDocument(text);
+    const names = Array.isArray(parsed) ? parsed : Array.isArray(parsed?.profiles) ? parsed.profiles : String(text).split(/[\n,]/);
+    for (const name of names) select.add(new Option(typeof name === 'string' ? name : JSON.stringify(name)));
+  });
+  $('#profiles').addEventListener('change', (event) => event.target.value && act('SetProfile', event.target.value));
+
+  $('#selection-read').addEventListener('click', async () => {
+    const reply = await act('GetCurrentSelection');
+    $('#selection-text').textContent = reply?.result ?? '(nothing selected)';
+  });
+  $('#paint').addEventListener('click', () =>
+    act('SetInstancesColor', selectedPaths(), $('#paint-branch').checked, hexColor($('#paint-color').value)));
+  $('#paint-read').addEventListener('click', async () => {
+    const reply = await act('GetInstanceColor', treeView.primary?.idpath ?? '');
+    $('#paint-result').textContent = reply?.result ?? '(none)';
+  });
+  let viewablesRequest = 0;
+  $('#viewables-get').addEventListener('click', () => act('GetViewables', 'session', ++viewablesRequest));
+  $('#annotations-get').addEventListener('click', listAnnotations);
+  $('#sets-get').addEventListener('click', listSets);
+  $('#label-add').addEventListener('click', () => act('AddAnnotationLabel', $('#label-text').value,
+    Number($('#label-x').value), Number($('#label-y').value), Number($('#label-z').value)));
+}
+
+async function listAnnotations() {
+  const reply = await act('GetAllModelAnnotations', null);
+  const parsed = parseDocument(reply?.out?.[0] ?? '');
+  const table = $('#annotations');
+  table.textContent = '';
+  for (const { id, idpath } of parsed?.modelannotations ?? []) {
+    const row = table.insertRow();
+    row.insertCell().textContent = `${idpath} · ${id}`;
+    const cell = row.insertCell();
+    for (const [label, run] of [
+      ['show', () => act('ShowModelAnnoations', idpath, id)],
+      ['hide', () => act('HideModelAnnoations', idpath, id)],
+      ['colour', () => act('SetModelAnnotationColor', idpath, id, hexColor($('#annotation-color').value))],
+      ['read', async () => { const r = await act('GetModelAnnotationColor', idpath, id); status(`${id}: ${r?.result ?? 'no colour'}`); }],
+    ]) {
+      const button = document.createElement('button');
+      button.textContent = label;
+      button.addEventListener('click', run);
+      cell.append(button);
+    }
+  }
+}
+
+async function listSets() {
+  const count = (await act('GetNumberOfAnnotationSets'))?.result ?? 0;
+  const list = $('#sets');
+  list.textContent = '';
+  for (let i = 0; i < count; i++) {
+    const name = (await session.call('GetAnnotationSetName', i)).result;
+    const item = document.createElement('li');
+    const button = document.createElement('button');
+    button.textContent = 'load';
+    button.addEventListener('click', () => act('LoadAnnotationSet', name));
+    item.append(`${name ?? '(null)'} `, button);
+    list.append(item);
+  }
+}
+
+function escape(text) {
+  return String(text).replace(/[&<>"]/g, (c) => ({ '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;' }[c]));
+}
+
+// ---- start ------------------------------------------------------------------
+
+async function start() {
+  wirePanels();
+  session = await Session.open(onEvent, (reason) => status(`session ended: ${reason}`));
+  page.session = session.id;
+  await session.call('RegisterTreeObserver', 'session');
+  status(`session ${session.id}`);
+  await refreshHost();
+  pollTraces();
+  page.ready = true;
+  document.body.dataset.ready = 'true';
+}
+
+start().catch(report);

@@ -1,0 +1,83 @@
+#include "GatewayTestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace gtest_gateway {
+
+namespace {
+
+RunningGateway::Reply ToReply(const httplib::Result& result) {
+    RunningGateway::Reply reply;
+    if (!result) {
+        reply.status = -1;
+        return reply;
+    }
+    reply.status = result->status;
+    reply.text = result->body;
+    reply.body.Parse(result->body.c_str());
+    return reply;
+}
+
+}  // namespace
+
+RunningGateway::RunningGateway(devhost::gateway::GatewayOptions options)
+    : gateway_(std::make_unique<devhost::gateway::Gateway>(std::move(options))),
+      port_(gateway_->Bind(0)),
+      client_("127.0.0.1", port_) {
+    EXPECT_TRUE(gateway_->Ready());
+    EXPECT_GT(port_, 0);
+    server_ = std::thread([this] { gateway_->Serve(); });
+}
+
+RunningGateway::~RunningGateway() {
+    gateway_->Stop();
+    server_.join();
+}
+
+RunningGateway::Reply RunningGateway::Get(const std::string& path) { return ToReply(client_.Get(path.c_str())); }
+
+RunningGateway::Reply RunningGateway::Post(const std::string& path, const std::string& json) {
+    return ToReply(client_.Post(path.c_str(), json, "application/json"));
+}
+
+RunningGateway::Reply RunningGateway::Delete(const std::string& path) {
+    return ToReply(client_.Delete(path.c_str()));
+}
+
+unsigned long long RunningGateway::OpenSession() {
+    Reply reply = Post("/api/sessions", "{}");
+    EXPECT_EQ(reply.status, 200) << reply.text;
+    return reply.body.IsObject() && reply.body.HasMember("session") ? reply.body["session"].GetUint64() : 0;
+}
+
+std::vector<std::string> RunningGateway::ReadEvents(unsigned long long session, std::size_t count,
+                                                    std::string* end, const std::string& since) {
+    std::vector<std::string> events;
+    if (count == 0) return events;
+    // Each stream is its own connection, so that closing it leaves the
+    // client's connection for other requests alone.
+    httplib::Client stream("127.0.0.1", port_);
+    std::string pending;
+    const std::string path =
+        "/api/events?session=" + std::to_string(session) + (since.empty() ? "" : "&since=" + since);
+    stream.Get(path.c_str(),
+               [&](const char* data, std::size_t length) {
+                   pending.append(data, length);
+                   for (std::size_t cut; (cut = pending.find("\n\n")) != std::string::npos;) {
+                       const std::string block = pending.substr(0, cut);
+                       pending.erase(0, cut + 2);
+                       if (block.rfind("event: end\ndata: ", 0) == 0) {
+                           if (end) *end = block.substr(17);
+                           return false;
+                       }
+                       const std::size_t data = block.find("data: ");
+                       if (block.rfind("id: ", 0) == 0 && data != std::string::npos)
+                           events.push_back(block.substr(data + 6));
+                       if (events.size() >= count) return false;
+                   }
+                   return true;
+               });
+    return events;
+}
+
+}  // namespace gtest_gateway
