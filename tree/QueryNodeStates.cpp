@@ -35,6 +35,14 @@ const char* const kStateWords[] = {
     "State: VS_Num",
 };
 
+// What lies between two positions, the first exclusive. An end before the
+// start takes the rest of the text, as a count that wraps around does.
+std::string Between(const std::string& text, long long start, long long end) {
+    const std::size_t from = static_cast<std::size_t>(start + 1);
+    if (from > text.size()) return std::string();
+    return text.substr(from, static_cast<std::size_t>(end - start - 1));
+}
+
 }  // namespace
 
 // The text is cut at its last "[", "]", ":" and "}", so that the request is
@@ -47,7 +55,7 @@ void GuiTreeWatcher::QueryNodeStates(du::Symbol json) {
     if (open < 0 || close < 0) return;
     const std::string text = json.safe_c_str();
     std::vector<std::string> tokens;
-    if (close > open) du::StringSplit(text.substr(open + 1, close - open - 1), tokens, ",");
+    du::StringSplit(Between(text, open, close), tokens, ",");
     std::set<du::SmartPtr<qxk::BaseInstance>> roots;
     for (std::string token : tokens) {
         token.erase(std::remove(token.begin(), token.end(), '"'), token.end());
@@ -56,13 +64,9 @@ void GuiTreeWatcher::QueryNodeStates(du::Symbol json) {
     const long long brace = json.rfind("}");
     const long long colon = json.rfind(":");
     int depth = 0;
-    {
-        const std::size_t from = colon < 0 ? 0 : static_cast<std::size_t>(colon) + 1;
-        const std::size_t to = brace < 0 ? text.size() : static_cast<std::size_t>(brace);
-        std::istringstream in(from < to && colon >= 0 && brace >= 0 ? text.substr(from, to - from) : std::string());
-        in >> depth;
-        if (in.fail() || in.bad()) return;
-    }
+    std::istringstream in(Between(text, colon, brace));
+    in >> depth;
+    if (in.fail() || in.bad()) return;
     if (roots.empty()) return;
 
     InstVisitor visitor(depth);
