@@ -16,7 +16,7 @@
 #include "devhost/content/ContentWorldFile.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/samples/SampleWorlds.h"
-#include "devhost/world/HostWorker.h"
+#include "devhost/world/Settle.h"
 #include "devhost/world/WorldFile.h"
 #include "dom/ManagedObject.h"
 #include "qxk/ActiveModule.h"
@@ -140,14 +140,7 @@ int main(int argc, char** argv) {
             failures = 1;
         } else {
             devhost::app::CommandConsole console(module, {observer, viewables}, std::cout);
-            auto settle = [&] {
-                // Host work may post to the module, and the module answer the
-                // client: a round trip through each in turn.
-                devhost::DrainHostWorker();
-                module->GetNumberOfAnnotationSets();
-                devhost::DrainHostWorker();
-                client.Settle();
-            };
+            auto settle = [&] { devhost::Settle({proxy, observer, viewables}); };
             std::ifstream file;
             if (options.session != "-") file.open(options.session);
             std::istream& session = options.session == "-" ? std::cin : file;
