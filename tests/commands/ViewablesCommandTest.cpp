@@ -179,3 +179,37 @@ TEST_F(ViewablesCommand, WithoutAnyFetchEveryViewableGoesAtOnceAndPackagesAreLis
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(ViewablesCommand, ALateFetchOfAnEarlierRequestCountsDownTheLatestAndFillsItsPlace) {
+    cmdtest::WorldFile world(ctest::SmallWorld(R"(,
+        "components": { "car/body": { "viewables": [
+          { "kind": "illustration3d", "name": "Figure", "thumbnail": "figure.png" } ] } },
+        "loader": { "fetches": { "figure.png": "held" } })"));
+    std::ofstream(world.Folder() + "/figure.png", std::ios::binary) << "\x89PNG late";
+    cmdtest::PluginSession session;
+    session.Module().GetViewables(session.Viewables(), 1);
+    session.Module().GetViewables(session.Viewables(), 2);
+    session.Settle();
+    const auto loader = devhost::CurrentContent()->OwnLoader();
+    ASSERT_EQ(2u, loader->Fetches().size());
+
+    ASSERT_TRUE(loader->ReleaseFetch(0));
+    std::vector<std::string> received = session.Received();
+    ASSERT_EQ(3u, received.size());
+    std::string png;
+    EXPECT_EQ("ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Figure\", \"idpath\": \"car/body\", "
+              "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"0\"}}\n|2)",
+              WithoutPng(received[1], png));
+    EXPECT_EQ("\x89PNG late", png);
+
+    // The latest request's own fetch comes after it was answered.
+    ASSERT_TRUE(loader->ReleaseFetch(1, false));
+    EXPECT_EQ(3u, session.Received().size());
+    EXPECT_EQ((std::vector<std::string>{"0|thumbnail: figure.png", "0|thumbnail: figure.png",
+                                        "0|Number of outstanding figures: 0", "0|Number of outstanding figures: -1"}),
+              cmdtest::CommandTraces());
+}
+
+}  // namespace
