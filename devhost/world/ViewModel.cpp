@@ -179,7 +179,7 @@ void Viewer::AttachProgressEvent(const du::SmartPtr<ProgressEvent>& event) {
     {
         devhost::WorldGuard guard(devhost::WorldMutex());
         auto& self = static_cast<devhost::ShapeViewerImpl&>(*this);
-        self.attached.push_back(event);
+        ++self.attachedCount;
         finishNow = self.mode == devhost::ViewerProgress::Auto;
         if (!finishNow) self.running.push_back(event);
     }

@@ -40,8 +40,11 @@ enum class ViewerProgress { Auto, Manual };
 class ShapeViewerImpl : public qxk::ShapeViewer {
 public:
     ViewerProgress mode = ViewerProgress::Auto;
-    std::vector<du::SmartPtr<qxk::ProgressEvent>> attached;  // every event ever attached
-    std::vector<du::SmartPtr<qxk::ProgressEvent>> running;   // attached and not yet finished
+    // A viewer lets an event go once it has finished it, as the viewer does:
+    // the event is the module's object, and the module may be unloaded
+    // before the view goes.
+    unsigned int attachedCount = 0;                         // events ever attached
+    std::vector<du::SmartPtr<qxk::ProgressEvent>> running;  // attached and not yet finished
 };
 
 }  // namespace devhost

@@ -27,6 +27,10 @@ public:
     };
 
     ShapeViewFlyToData() = default;
+    // Defined in the host's library, which so holds the class's virtual
+    // table: a view's workflows may keep the data after the module that sent
+    // it is unloaded.
+    ~ShapeViewFlyToData() override;
 
     unsigned char flyFlags = FF_Animate;
     unsigned char fitFlags = 0;

@@ -224,7 +224,7 @@ TEST_F(Scenes, ViewersFinishProgressEventsAtOnceOrWhenTold) {
     EXPECT_EQ(slow->seen, (std::vector<int>{30, 100, 1000}));
     auto record = devhost::ViewerOf(*view);
     ASSERT_TRUE(record);
-    EXPECT_EQ(record->attached.size(), 2u);
+    EXPECT_EQ(record->attachedCount, 2u);
     EXPECT_FALSE(devhost::ViewerOf(*devhost::FindViewNamed("sheet"))) << "only shape views have viewers";
 }
 
