@@ -142,6 +142,9 @@ void View::GetScene(du::SmartPtr<Scene>& scene) const {
     scene = viewState_->scene;
 }
 
+// Every view has its workflows for its whole life: the module sends a first
+// load's fly-to to the first view of the active shape scene without testing
+// the view or its manager. Only the fault point gives null.
 void View::GetWorkflowManager(du::SmartPtr<WorkflowManager>& manager) const {
     if (devhost::HitFault("qxk::View::GetWorkflowManager")) {
         manager = nullptr;
