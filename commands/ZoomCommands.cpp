@@ -19,9 +19,6 @@
 namespace webapi {
 namespace {
 
-// View classes of the host that have no class of their own in its SDK.
-constexpr unsigned int kIllustrationClass = 0x34;
-
 bool IsOfAny(const qxk::View& view, std::initializer_list<qxk::ClassType> types) {
     for (const qxk::ClassType& type : types)
         if (view.IsATypeOf(type)) return true;
@@ -87,7 +84,7 @@ void WebApiModuleImpl::ZoomToAll(int mode) {
         SendViewWorkflowMessage(*view, "flyto", "MsgFlyToAll", mode, nullptr);
     } else if (IsOfAnyNumber(*view, {0x65, 0x8c})) {
         FlyShapeViewToAll(*view, mode);
-    } else if (view->IsATypeOf(qxk::ClassType(kIllustrationClass))) {
+    } else if (view->IsATypeOf(qxk::IllustrationView::CLASS_TYPE)) {
         if (const auto illustration = du::DynamicCast<qxk::IllustrationView>(view)) {
             illustration->RunViewCommand(qxk::IllustrationView::VC_FitAll);
             illustration->RunViewCommand(qxk::IllustrationView::VC_Refresh);

@@ -58,6 +58,10 @@ void ViewerWorkflowManagerObserverImpl::OnWorkflowMessage(const du::Symbol& work
 
 namespace qxloader {
 
+// A viewer without a loader opens no web views (classes 0x7f and 0x8d), so
+// the module asks it for their module without testing it. A world here may
+// take its loader away ("present": false) for the paths that do test it;
+// such a world is not to make a web view active.
 du::SmartPtr<Loader> Loader::GetLoader() {
     if (devhost::HitFault("qxloader::Loader::GetLoader")) return nullptr;
     du::SmartPtr<devhost::WorldContent> content = devhost::CurrentContent();

@@ -128,6 +128,12 @@ namespace qxkapp {
 QxkApp::QxkApp() = default;
 QxkApp::~QxkApp() = default;
 
+// A viewer has its application, with its scene manager, from before it
+// loads any plug-in until after it has unloaded them all, and the module
+// reaches the active view through both without testing them. Here there is
+// none only before the first world is loaded and after a test drops it;
+// the main job and the tests that call such commands load the world first
+// and drop it only once the plug-in has ended.
 QxkApp* QxkApp::Get() {
     if (devhost::HitFault("qxkapp::QxkApp::Get")) return nullptr;
     return devhost::CurrentApplication();

@@ -8,6 +8,7 @@
 
 #include "ViewerSession.h"
 #include "devhost/world/ProgressDisplays.h"
+#include "devhost/world/Settle.h"
 #include "devhost/world/WorldControl.h"
 #include "qxk/ShapeScene.h"
 #include "qxk/WorkflowManager.h"
@@ -35,8 +36,16 @@ protected:
         devhost::ClearProgressDisplays();
     }
 
-    void Load(const char* text) { session.module->LoadInstances(du::Symbol(text)); }
-    void Unload(const char* text) { session.module->UnloadInstances(du::Symbol(text)); }
+    // The host's reports to the progress events come on the module's thread
+    // after the call; each request waits for them.
+    void Load(const char* text) {
+        session.module->LoadInstances(du::Symbol(text));
+        devhost::Settle({du::DynamicCast<dom::ManagedObject>(session.module)});
+    }
+    void Unload(const char* text) {
+        session.module->UnloadInstances(du::Symbol(text));
+        devhost::Settle({du::DynamicCast<dom::ManagedObject>(session.module)});
+    }
 
     // The idpaths that AddShapeInstance was called for in a scene, with the
     // mode, in order.

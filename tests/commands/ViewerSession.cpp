@@ -47,10 +47,16 @@ ViewerSession::ViewerSession() : plugin_(WEBAPI_PLUGIN_PATH) {
 }
 
 ViewerSession::~ViewerSession() {
+    EndPlugin();
+    DropHost();
+}
+
+void ViewerSession::EndPlugin() {
+    if (!plugin_.IsLoaded()) return;
     module = nullptr;
     component_ = nullptr;
     plugin_.Terminate();
-    DropHost();
+    EXPECT_TRUE(plugin_.Unload());
 }
 
 void ViewerSession::Activate(const std::string& viewName) { ASSERT_TRUE(devhost::ActivateView(viewName)); }

@@ -22,6 +22,9 @@ public:
     ViewerSession& operator=(const ViewerSession&) = delete;
 
     bool Started() const { return module != nullptr; }
+    // Ends the plug-in and unloads its library while the world stays, as the
+    // viewer does before it closes.
+    void EndPlugin();
     // Makes the named view active, "" for none.
     void Activate(const std::string& viewName);
 

@@ -72,6 +72,15 @@ TEST_F(Zoom, EachKindOfViewReachesItsHandler) {
     }
 }
 
+// The view's workflows keep the fly-to data they were sent, also after the
+// module that sent it has gone; the world then goes without it.
+TEST_F(Zoom, FlyToDataOutlivesThePlugin) {
+    ASSERT_TRUE(session.Started());
+    session.module->ZoomToAll(0);
+    session.EndPlugin();
+    EXPECT_EQ(HostCalls("Main"), Calls{"shapeviewflyto:MsgFlyToAll:0:flyto(4,4)"});
+}
+
 TEST_F(Zoom, NoActiveViewNothingHappens) {
     ASSERT_TRUE(session.Started());
     session.Activate("");
