@@ -55,8 +55,12 @@ export class Viewer {
     const highlighted = (idpath) => this.highlight.some((path) => idpath === path || idpath.startsWith(`${path}/`));
     for (const [key, members] of groups) {
       const x0 = margin + column * (columnWidth + gap);
-      const perRow = Math.max(1, Math.round(Math.sqrt(members.length * columnWidth / Math.max(1, height - 2 * margin - title))));
-      const cell = Math.min(columnWidth / perRow, 48);
+      // The largest cell whose grid fits the column.
+      const room = Math.max(1, height - 2 * margin - title);
+      let cell = Math.min(48, Math.sqrt((columnWidth * room) / members.length));
+      const fits = (size) => Math.ceil(members.length / Math.max(1, Math.floor(columnWidth / size))) * size <= room;
+      while (cell > 0.5 && !fits(cell)) cell *= 0.95;
+      const perRow = Math.max(1, Math.floor(columnWidth / cell));
       const box = Math.max(1, cell - (cell > 6 ? 3 : 0));
       g.fillStyle = '#4a5568';
       g.font = '11px system-ui, sans-serif';
