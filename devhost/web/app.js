@@ -26,7 +26,7 @@ const treeView = new TreeView($('#tree'), model, {
   onExpand: (node) => {
     if (node.asked) return;
     node.asked = true;
-    session.call('SelectTreeNodes', JSON.stringify({ nodes: [node.id], depth: '1' })).catch(report);
+    session.call('SelectTreeNodes', JSON.stringify({ nodes: [node.id], depth: 1 })).catch(report);
   },
   onSelect: (primary, selected) => viewer.select(selected.map((node) => node.idpath)),
 });
