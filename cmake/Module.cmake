@@ -2,9 +2,14 @@
 # loads, built from it. Module code sees only hostapi/, the standard library
 # and RapidJSON.
 add_library(webapi_core STATIC
+  commands/ActiveShapeScene.cpp
   commands/PendingCommands.cpp
+  commands/TreeObserverCommands.cpp
   commands/WebApiModuleImpl.cpp
   host/WebApiModuleThread.cpp
+  publisher/GuiInterface.cpp
+  publisher/KnownInstanceSet.cpp
+  publisher/TreeDocuments.cpp
   loader/ShapeSceneLoader.cpp
   remote/FactoryRegistration.cpp
   remote/Registration.cpp
@@ -13,10 +18,15 @@ add_library(webapi_core STATIC
   remote/WebApiModuleDispatch.cpp
   remote/WebApiModuleProxy.cpp
   tree/FlyToAll.cpp
+  tree/GuiTreeWatcher.cpp
+  tree/InstanceLoad.cpp
+  tree/LoadEvents.cpp
   tree/MyShapedEnumerator.cpp
   tree/NodeAddressing.cpp
   tree/NodeVisitor.cpp
   tree/ProgressEvents.cpp
+  tree/QueryNodeStates.cpp
+  tree/SelectTreeNodes.cpp
 )
 set_target_properties(webapi_core PROPERTIES
   POSITION_INDEPENDENT_CODE ON

@@ -1,6 +1,7 @@
 #include "commands/WebApiModuleImpl.h"
 
 #include "loader/ShapeSceneLoader.h"
+#include "tree/GuiTreeWatcher.h"
 #include "qxkapp/PSBSelectionObserver.h"
 #include "qxkapp/QxkApp.h"
 #include "qxkapp/SceneManager.h"
@@ -17,9 +18,10 @@ WebApiModuleImpl::WebApiModuleImpl()
       treeWatcher(nullptr),
       extensionFlag(false) {}
 
+// A remaining tree watcher goes first, as an unregistration would take it.
 // Members go in reverse order, the scene loader first and the scene manager
 // last. The observers stay registered with the host: they are only released.
-WebApiModuleImpl::~WebApiModuleImpl() = default;
+WebApiModuleImpl::~WebApiModuleImpl() { delete treeWatcher; }
 
 short WebApiModuleImpl::BaseClassOffsetByName(const du::Symbol& name) const {
     return remote::BaseClassOffsetOf<WebApiModule>(name);

@@ -14,7 +14,8 @@ class GuiTreeWatcher;
 
 namespace qxk {
 class BaseInstanceVisitor;
-}
+class ShapeScene;
+}  // namespace qxk
 
 namespace qxkapp {
 class SceneManager;
@@ -46,6 +47,9 @@ public:
     void HandleMessage(const dom::MessagePtr& message) override;
     void HandleTimeoutEvent(long long timerId) override;
     void OnManage() override;
+
+    // The active view's scene if that view is a shape view, else null.
+    du::SmartPtr<qxk::ShapeScene> GetActiveShapeScene();
 
 protected:
     // Left to the host's side of the module: no command reads or writes it.

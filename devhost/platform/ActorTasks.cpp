@@ -33,4 +33,18 @@ TaskRoute RouteTask(unsigned long long objectId, std::function<void()> task) {
 
 unsigned long long ObjectIdOf(const dom::ManagedObject& object) { return object.GetBinding().id; }
 
+du::SmartPtr<dom::ManagedObject> FindLiveObject(unsigned long long objectId) {
+    ObjectRegistry& registry = ObjectRegistry::Get();
+    std::lock_guard<std::mutex> hold(registry.mutex);
+    auto found = registry.objects.find(objectId);
+    if (found == registry.objects.end()) return nullptr;
+    dom::ManagedObject* object = found->second;
+    // Under the registry's lock the object cannot leave the registry, and so
+    // cannot be freed, while its count is taken.
+    if (!object->AddReferenceIfAlive(&object)) return nullptr;
+    du::SmartPtr<dom::ManagedObject> counted(object);
+    object->RemoveReference(&object);
+    return counted;
+}
+
 }  // namespace devhost

@@ -31,4 +31,8 @@ TaskRoute RouteTask(unsigned long long objectId, std::function<void()> task);
 // The id by which RouteTask finds the object, fixed for its life.
 unsigned long long ObjectIdOf(const dom::ManagedObject& object);
 
+// The object with this id, counted, while something else still holds it;
+// null once it has gone or is on its way out.
+du::SmartPtr<dom::ManagedObject> FindLiveObject(unsigned long long objectId);
+
 }  // namespace devhost

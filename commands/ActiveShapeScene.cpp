@@ -1,0 +1,17 @@
+#include "commands/WebApiModuleImpl.h"
+#include "qxk/ShapeScene.h"
+#include "qxk/ShapeView.h"
+#include "qxkapp/SceneManager.h"
+
+namespace webapi {
+
+du::SmartPtr<qxk::ShapeScene> WebApiModuleImpl::GetActiveShapeScene() {
+    if (!sceneManager) return nullptr;
+    const du::SmartPtr<qxk::View> view = sceneManager->GetActiveView();
+    if (!view || !view->IsATypeOf(qxk::ShapeView::CLASS_TYPE)) return nullptr;
+    du::SmartPtr<qxk::Scene> scene;
+    view->GetScene(scene);
+    return du::DynamicCast<qxk::ShapeScene>(scene);
+}
+
+}  // namespace webapi
