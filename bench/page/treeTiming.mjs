@@ -16,12 +16,12 @@ const sizes = (args.length ? args : ['100000', '1000000']).map(Number);
 
 for (const size of sizes) {
   const host = await startHost(program, ['--synthetic', String(size)]);
+  const published = await gateway(host.url).callsBack('RegisterTreeObserver', ['session'],
+    { method: 'UnRegisterTreeObserver', args: ['session'] });
   const browser = await openBrowser();
   const { page } = browser;
   try {
     await page.goto(host.url);
-    await page.waitForSelector('body[data-ready]');
-    const published = await gateway(host.url).callsBack('RegisterTreeObserver', ['session']);
     let line = `${size} instances: `;
     if (!published) {
       line += 'the module sends no tree documents';
