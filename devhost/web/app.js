@@ -94,10 +94,11 @@ async function refreshHost() {
   if (refreshing) return refreshing;
   refreshing = (async () => {
     try {
-      const state = await host.state(['activeView', 'views', 'scenes', 'progress']);
+      // A page draws at most this many shapes of a scene.
+      const state = await host.state(['activeView', 'views', 'scenes', 'progress'], 200000);
       const view = state.views.find((each) => each.active);
       const scene = view && state.scenes.find((each) => each.name === view.scene && each.shapeScene);
-      viewer.show(scene ? `${view.name} / ${scene.name}` : null, scene ? scene.shapes : []);
+      viewer.show(scene ? `${view.name} / ${scene.name}` : null, scene ? scene.shapes : [], scene?.shapeCount ?? 0);
       showProgress(state.progress);
       showWorkflow(view);
     } catch (error) {

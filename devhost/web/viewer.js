@@ -18,8 +18,9 @@ export class Viewer {
     new ResizeObserver(() => this.draw()).observe(canvas);
   }
 
-  show(sceneName, shapes) {
+  show(sceneName, shapes, total = shapes.length) {
     this.sceneName = sceneName;
+    this.total = total;
     this.shapes = shapes.slice().sort((a, b) => (a.idpath < b.idpath ? -1 : a.idpath > b.idpath ? 1 : 0));
     this.draw();
   }
@@ -87,7 +88,9 @@ export class Viewer {
       column++;
     }
     this.caption.textContent = this.sceneName
-      ? `${this.sceneName}: ${visible} of ${this.shapes.length} shapes shown` : 'no active shape view';
+      ? `${this.sceneName}: ${visible} of ${this.shapes.length} shapes shown`
+        + (this.total > this.shapes.length ? ` (the first ${this.shapes.length} of ${this.total} drawn)` : '')
+      : 'no active shape view';
     this.canvas.dataset.visible = String(visible);
   }
 }
