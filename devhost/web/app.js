@@ -127,7 +127,9 @@ function showWorkflow(view) {
 let traceSeq = 0;
 async function pollTraces() {
   try {
-    const { entries } = await host.traces(traceSeq);
+    let { entries, last } = await host.traces(traceSeq);
+    // Far behind (a large tree traces each instance): the latest lines only.
+    if (last - traceSeq > 4000) ({ entries } = await host.traces(last - 400));
     const log = $('#traces');
     for (const entry of entries) {
       const line = document.createElement('div');
