@@ -72,7 +72,7 @@ Json IntList(const std::vector<int>& values, JsonAllocator& allocator) {
     return list;
 }
 
-void WriteActiveView(Json& out, JsonAllocator& allocator) {
+void WriteActiveView(Json& out, JsonAllocator& allocator, const StateLimits&) {
     auto manager = CurrentSceneManager();
     du::SmartPtr<qxk::View> active;
     if (manager) {
@@ -82,7 +82,7 @@ void WriteActiveView(Json& out, JsonAllocator& allocator) {
     out = ViewNameJson(active, allocator);
 }
 
-void WriteViews(Json& out, JsonAllocator& allocator) {
+void WriteViews(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.SetArray();
     auto manager = CurrentSceneManager();
     if (!manager) return;
@@ -129,7 +129,7 @@ Json SelectionJson(const qxk::Scene& scene, JsonAllocator& allocator) {
     return items;
 }
 
-void WriteScenes(Json& out, JsonAllocator& allocator) {
+void WriteScenes(Json& out, JsonAllocator& allocator, const StateLimits& limits) {
     out.SetArray();
     auto manager = CurrentSceneManager();
     if (!manager) return;
@@ -146,7 +146,9 @@ void WriteScenes(Json& out, JsonAllocator& allocator) {
             const qxk::Scene::State& state = scene->GetSceneState();
             entry.AddMember("name", Text(state.name, allocator), allocator);
             entry.AddMember("shapeScene", dynamic_cast<qxk::ShapeScene*>(scene.get()) != nullptr, allocator);
+            entry.AddMember("shapeCount", static_cast<std::uint64_t>(state.shapes.size()), allocator);
             for (const auto& [instance, shape] : state.shapes) {
+                if (shapes.Size() >= limits.shapes) break;
                 const auto* node = dynamic_cast<const InstanceNode*>(instance);
                 Json item(rapidjson::kObjectType);
                 item.AddMember("id", static_cast<std::uint64_t>(node ? node->uid : 0), allocator);
@@ -187,7 +189,7 @@ void WriteScenes(Json& out, JsonAllocator& allocator) {
 // Markups that differ from how a shape shows them by default (shown, with
 // no colour of their own), per shape instance; a large world's thousands
 // of untouched markups stay out.
-void WriteMarkups(Json& out, JsonAllocator& allocator) {
+void WriteMarkups(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.SetArray();
     auto manager = CurrentSceneManager();
     if (!manager) return;
@@ -222,7 +224,7 @@ void WriteMarkups(Json& out, JsonAllocator& allocator) {
     }
 }
 
-void WriteModuleCalls(Json& out, JsonAllocator& allocator) {
+void WriteModuleCalls(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.SetArray();
     auto content = CurrentContent();
     if (!content) return;
@@ -237,7 +239,7 @@ void WriteModuleCalls(Json& out, JsonAllocator& allocator) {
     }
 }
 
-void WriteProgress(Json& out, JsonAllocator& allocator) {
+void WriteProgress(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.SetArray();
     for (const ProgressDisplay& display : ProgressDisplays()) {
         Json item(rapidjson::kObjectType);
@@ -251,7 +253,7 @@ void WriteProgress(Json& out, JsonAllocator& allocator) {
     }
 }
 
-void WriteAppliedSets(Json& out, JsonAllocator& allocator) {
+void WriteAppliedSets(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.SetArray();
     auto content = CurrentContent();
     if (!content) return;
@@ -267,7 +269,7 @@ void WriteAppliedSets(Json& out, JsonAllocator& allocator) {
     }
 }
 
-void WriteCrossSelection(Json& out, JsonAllocator& allocator) {
+void WriteCrossSelection(Json& out, JsonAllocator& allocator, const StateLimits&) {
     const CrossSelectionRecord record = CrossSelection();
     out.SetObject();
     out.AddMember("on", record.on, allocator);
@@ -286,7 +288,7 @@ const char* FetchModeName(FetchMode mode) {
     return "";
 }
 
-void WritePending(Json& out, JsonAllocator& allocator) {
+void WritePending(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.SetObject();
     Json expansions(rapidjson::kArrayType), fetches(rapidjson::kArrayType), applies(rapidjson::kArrayType);
     for (const std::string& path : PendingExpansions()) expansions.PushBack(Text(path, allocator), allocator);

@@ -66,12 +66,21 @@ void State(const httplib::Request& request, httplib::Response& response) {
             return;
         }
     }
+    StateLimits limits;
+    if (request.has_param("maxShapes")) {
+        unsigned long long most = 0;
+        if (!ReadSessionId(request.get_param_value("maxShapes"), most)) {
+            ReplyError(response, 400, "bad-request", "state?maxShapes=N, a whole number");
+            return;
+        }
+        limits.shapes = static_cast<std::size_t>(most);
+    }
     Document reply(rapidjson::kObjectType);
     auto& allocator = reply.GetAllocator();
     for (const StateSection& section : StateSections()) {
         if (!wanted.empty() && std::find(wanted.begin(), wanted.end(), section.name) == wanted.end()) continue;
         Json value;
-        section.write(value, allocator);
+        section.write(value, allocator, limits);
         reply.AddMember(Json(section.name.c_str(), allocator), value, allocator);
     }
     ReplyJson(response, 200, reply);

@@ -44,7 +44,7 @@ export class Session {
 }
 
 export const host = {
-  state: (sections) => request('GET', `/host/state${sections ? `?sections=${sections.join(',')}` : ''}`),
+  state: (sections, maxShapes) => request('GET', `/host/state?sections=${sections.join(',')}${maxShapes ? `&maxShapes=${maxShapes}` : ''}`),
   control: (action, members = {}) => request('POST', '/host/control', { action, ...members }),
   settle: () => request('POST', '/host/settle', {}),
   traces: (since) => request('GET', `/host/traces?since=${since}&limit=2000`),

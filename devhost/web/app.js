@@ -26,7 +26,7 @@ const treeView = new TreeView($('#tree'), model, {
   onExpand: (node) => {
     if (node.asked) return;
     node.asked = true;
-    session.call('SelectTreeNodes', JSON.stringify({ nodes: [node.id], depth: '1' })).catch(report);
+    session.call('SelectTreeNodes', JSON.stringify({ nodes: [node.id], depth: 1 })).catch(report);
   },
   onSelect: (primary, selected) => viewer.select(selected.map((node) => node.idpath)),
 });
@@ -94,10 +94,11 @@ async function refreshHost() {
   if (refreshing) return refreshing;
   refreshing = (async () => {
     try {
-      const state = await host.state(['activeView', 'views', 'scenes', 'progress']);
+      // A page draws at most this many shapes of a scene.
+      const state = await host.state(['activeView', 'views', 'scenes', 'progress'], 200000);
       const view = state.views.find((each) => each.active);
       const scene = view && state.scenes.find((each) => each.name === view.scene && each.shapeScene);
-      viewer.show(scene ? `${view.name} / ${scene.name}` : null, scene ? scene.shapes : []);
+      viewer.show(scene ? `${view.name} / ${scene.name}` : null, scene ? scene.shapes : [], scene?.shapeCount ?? 0);
       showProgress(state.progress);
       showWorkflow(view);
     } catch (error) {
@@ -126,7 +127,9 @@ function showWorkflow(view) {
 let traceSeq = 0;
 async function pollTraces() {
   try {
-    const { entries } = await host.traces(traceSeq);
+    let { entries, last } = await host.traces(traceSeq);
+    // Far behind (a large tree traces each instance): the latest lines only.
+    if (last - traceSeq > 4000) ({ entries } = await host.traces(last - 400));
     const log = $('#traces');
     for (const entry of entries) {
       const line = document.createElement('div');

@@ -18,8 +18,9 @@ export class Viewer {
     new ResizeObserver(() => this.draw()).observe(canvas);
   }
 
-  show(sceneName, shapes) {
+  show(sceneName, shapes, total = shapes.length) {
     this.sceneName = sceneName;
+    this.total = total;
     this.shapes = shapes.slice().sort((a, b) => (a.idpath < b.idpath ? -1 : a.idpath > b.idpath ? 1 : 0));
     this.draw();
   }
@@ -55,8 +56,12 @@ export class Viewer {
     const highlighted = (idpath) => this.highlight.some((path) => idpath === path || idpath.startsWith(`${path}/`));
     for (const [key, members] of groups) {
       const x0 = margin + column * (columnWidth + gap);
-      const perRow = Math.max(1, Math.round(Math.sqrt(members.length * columnWidth / Math.max(1, height - 2 * margin - title))));
-      const cell = Math.min(columnWidth / perRow, 48);
+      // The largest cell whose grid fits the column.
+      const room = Math.max(1, height - 2 * margin - title);
+      let cell = Math.min(48, Math.sqrt((columnWidth * room) / members.length));
+      const fits = (size) => Math.ceil(members.length / Math.max(1, Math.floor(columnWidth / size))) * size <= room;
+      while (cell > 0.5 && !fits(cell)) cell *= 0.95;
+      const perRow = Math.max(1, Math.floor(columnWidth / cell));
       const box = Math.max(1, cell - (cell > 6 ? 3 : 0));
       g.fillStyle = '#4a5568';
       g.font = '11px system-ui, sans-serif';
@@ -83,7 +88,9 @@ export class Viewer {
       column++;
     }
     this.caption.textContent = this.sceneName
-      ? `${this.sceneName}: ${visible} of ${this.shapes.length} shapes shown` : 'no active shape view';
+      ? `${this.sceneName}: ${visible} of ${this.shapes.length} shapes shown`
+        + (this.total > this.shapes.length ? ` (the first ${this.shapes.length} of ${this.total} drawn)` : '')
+      : 'no active shape view';
     this.canvas.dataset.visible = String(visible);
   }
 }

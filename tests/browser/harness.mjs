@@ -59,8 +59,9 @@ export function gateway(url) {
     get: async (path) => (await fetch(new URL(path, url))).json(),
     // Whether a call of a fresh session makes the module call it back: the
     // host is settled first, so the stream's first chunk holds every event
-    // there is, or only the keep-alive comment.
-    async callsBack(method, args) {
+    // there is, or only the keep-alive comment. undo, a call, runs before
+    // the session ends (the module serves one tree observer at a time).
+    async callsBack(method, args, undo) {
       const { session } = await post('/api/sessions');
       await post('/api/call', { method, args, session });
       await post('/host/settle');
@@ -69,6 +70,10 @@ export function gateway(url) {
       const reader = response.body.getReader();
       const { value } = await reader.read();
       abort.abort();
+      if (undo) {
+        await post('/api/call', { ...undo, session });
+        await post('/host/settle');
+      }
       await fetch(new URL(`/api/sessions/${session}`, url), { method: 'DELETE' });
       return new TextDecoder().decode(value).includes('data: ');
     },
