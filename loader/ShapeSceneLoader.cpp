@@ -108,7 +108,7 @@ void ShapeSceneLoader::ApplyInstances(const std::vector<du::SmartPtr<qxk::Instan
 }
 
 void ShapeSceneLoader::StartLoadProgress(const du::SmartPtr<qxk::ShapeScene>& scene) {
-    ::StartLoadProgress(scene, *this);
+    ::StartShapeViewLoadProgress(scene, *this);
 }
 
 }  // namespace webapi

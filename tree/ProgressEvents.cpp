@@ -27,21 +27,38 @@ void ProgressEvent::OnComplete(int) {
     if (webProgress) webProgress->EndProgress();
 }
 
-void StartLoadProgress(const du::SmartPtr<qxk::ShapeScene>& scene, dom::ManagedObject& owner) {
-    if (!scene) return;
-    du::SmartPtr<qxk::View> view = scene->GetView(0);
-    if (!view) return;
+namespace {
+
+// Shows the display over the scene with the host's loading text, and hands
+// its forwarder to the shape view's viewer when there is one. Both events go
+// under owner's management.
+void ShowLoadProgress(const du::SmartPtr<qxk::ShapeScene>& scene, dom::ManagedObject& owner,
+                      const du::SmartPtr<qxk::ShapeView>& shapeView) {
     du::SmartPtr<WebProgressEvent> display(new WebProgressEvent());
     owner.ManageObject(du::SmartPtr<dom::ManagedObject>(display));
     du::SmartPtr<ProgressEvent> forwarder(new ProgressEvent(display.get()));
     owner.ManageObject(du::SmartPtr<dom::ManagedObject>(forwarder));
     const std::string text = du::Localizer("qxbase:qxkStrings").LocalizeMessage("7000", du::Localizer::AOF_ReturnKey);
     display->StartProgress(scene, text, 1);
-    // The first view of a shape scene is a shape view; another kind of view
-    // has no shape viewer to report to, and the display then runs on its own.
-    du::SmartPtr<qxk::ShapeView> shapeView = du::DynamicCast<qxk::ShapeView>(view);
     if (!shapeView) return;
     du::SmartPtr<qxk::ShapeViewer> viewer;
     shapeView->GetViewer(viewer);
     if (viewer) viewer->AttachProgressEvent(forwarder);
+}
+
+}  // namespace
+
+void StartLoadProgress(const du::SmartPtr<qxk::ShapeScene>& scene, dom::ManagedObject& owner) {
+    if (!scene) return;
+    du::SmartPtr<qxk::View> view = scene->GetView(0);
+    if (!view) return;
+    // The first view of a shape scene is a shape view; another kind of view
+    // has no shape viewer to report to, and the display then runs on its own.
+    ShowLoadProgress(scene, owner, du::DynamicCast<qxk::ShapeView>(view));
+}
+
+void StartShapeViewLoadProgress(const du::SmartPtr<qxk::ShapeScene>& scene, dom::ManagedObject& owner) {
+    if (!scene) return;
+    du::SmartPtr<qxk::ShapeView> shapeView = du::DynamicCast<qxk::ShapeView>(scene->GetView(0));
+    if (shapeView) ShowLoadProgress(scene, owner, shapeView);
 }

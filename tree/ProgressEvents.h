@@ -39,3 +39,7 @@ private:
 // and attaches it to the viewer of the scene's first view. Both events go
 // under owner's management. Nothing happens without a scene or a view.
 void StartLoadProgress(const du::SmartPtr<qxk::ShapeScene>& scene, dom::ManagedObject& owner);
+
+// The same, for a first view that is a shape view only: the scene loader
+// shows no display over a scene whose first view is of another kind.
+void StartShapeViewLoadProgress(const du::SmartPtr<qxk::ShapeScene>& scene, dom::ManagedObject& owner);

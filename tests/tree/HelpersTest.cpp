@@ -133,6 +133,9 @@ TEST(LoadProgress, ViewerReportsReachTheDisplayWhole) {
         StartLoadProgress(Scene("slow"), *owner.object);
         StartLoadProgress(Scene("slow"), *owner.object);  // a second display beside the first
         StartLoadProgress(Scene("odd"), *owner.object);   // no shape viewer: the display runs on
+        StartShapeViewLoadProgress(Scene("odd"), *owner.object);  // not a shape view: no display
+        StartShapeViewLoadProgress(Scene("bare"), *owner.object);
+        StartShapeViewLoadProgress(nullptr, *owner.object);
     });
     owner.Settle();
     const qxk::View& view = *devhost::FindViewNamed("w");
@@ -147,6 +150,21 @@ TEST(LoadProgress, ViewerReportsReachTheDisplayWhole) {
         EXPECT_FALSE(displays[i].running);
     }
     EXPECT_TRUE(displays[2].running);
+}
+
+TEST(LoadProgress, OnlyAShapeViewGetsTheLoadersDisplay) {
+    ttest::CleanWorld clean;
+    ASSERT_TRUE(ttest::Load(kWorld));
+    ttest::OwnerActor owner;
+    devhost::PostTask(owner.object, [&] { StartShapeViewLoadProgress(Scene("slow"), *owner.object); });
+    owner.Settle();
+    const qxk::View& view = *devhost::FindViewNamed("w");
+    EXPECT_EQ(devhost::ReportViewerProgress(view, 40, true), 1);
+    owner.Settle();
+    auto displays = devhost::ProgressDisplays();
+    ASSERT_EQ(displays.size(), 1u);
+    EXPECT_EQ(displays[0].percentages, std::vector<int>{40});
+    EXPECT_FALSE(displays[0].running);
 }
 
 TEST(LoadProgress, AForwarderWithNoDisplayIgnoresReports) {
