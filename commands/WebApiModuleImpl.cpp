@@ -2,6 +2,7 @@
 
 #include "loader/ShapeSceneLoader.h"
 #include "qxk/BaseInstanceVisitor.h"
+#include "tree/GuiTreeWatcher.h"
 #include "qxkapp/PSBSelectionObserver.h"
 #include "qxkapp/QxkApp.h"
 #include "qxkapp/SceneManager.h"
@@ -18,10 +19,14 @@ WebApiModuleImpl::WebApiModuleImpl()
       treeWatcher(nullptr),
       extensionFlag(false) {}
 
+// A remaining tree watcher goes first, as an unregistration would take it.
 // Members go in reverse order, the scene loader first and the scene manager
 // last. The observers stay registered with the host: they are only released.
 // The latest viewables visitor goes with the module, as no fetch holds it.
-WebApiModuleImpl::~WebApiModuleImpl() { delete viewableVisitor; }
+WebApiModuleImpl::~WebApiModuleImpl() {
+    delete treeWatcher;
+    delete viewableVisitor;
+}
 
 short WebApiModuleImpl::BaseClassOffsetByName(const du::Symbol& name) const {
     return remote::BaseClassOffsetOf<WebApiModule>(name);
