@@ -3,17 +3,21 @@
 # and RapidJSON.
 add_library(webapi_core STATIC
   commands/ActiveShapeScene.cpp
+  commands/ActiveView.cpp
   commands/AnnotationSetCommands.cpp
   commands/ApplicationWorld.cpp
   commands/ColourCommands.cpp
   commands/ColourText.cpp
+  commands/ConnectionNavigation.cpp
+  commands/CrossSelection.cpp
   commands/ModelAnnotationCommands.cpp
   commands/ModuleTrace.cpp
-  commands/PendingCommands.cpp
-  commands/TreeObserverCommands.cpp
+  commands/ProfileCommands.cpp
   commands/SelectionCommands.cpp
+  commands/TreeObserverCommands.cpp
   commands/ViewablesCommands.cpp
   commands/WebApiModuleImpl.cpp
+  commands/ZoomCommands.cpp
   host/WebApiModuleThread.cpp
   publisher/GuiInterface.cpp
   publisher/KnownInstanceSet.cpp

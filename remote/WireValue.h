@@ -65,9 +65,12 @@ struct WireValue<const std::vector<du::Symbol>&> {
         writer.PushUInt32Value(static_cast<unsigned int>(values.size()));
         for (const du::Symbol& value : values) writer.PushStringValue(value);
     }
-    // The count only sizes the vector; a message that holds fewer strings
-    // fails at the first missing one. The vector grows with the strings
-    // read, so a count that the message cannot back allocates nothing.
+    // The vector grows as the strings arrive instead of being resized to the
+    // count first: the count comes from the client, and one that the message
+    // cannot back would otherwise allocate gigabytes, or throw and end the
+    // actor. A message with fewer strings than its count fails at the first
+    // missing one; for any count that the message does back, the vector and
+    // the call are as a resize would have made them.
     static bool Read(dom::MessageReader& reader, const std::optional<dom::Helper>&, std::vector<du::Symbol>& values) {
         unsigned int count = 0;
         if (!reader.GetUInt32Value(count)) return false;

@@ -58,6 +58,10 @@ bool HitFault(const char* point) {
         std::lock_guard<std::mutex> hold(r.mutex);
         auto armed = r.faults.find(std::string_view(point));
         if (armed == r.faults.end()) return false;
+        if (armed->second.skip > 0) {
+            --armed->second.skip;
+            return false;
+        }
         fault = armed->second;
         if (armed->second.count > 0 && --armed->second.count == 0) {
             r.faults.erase(armed);

@@ -27,6 +27,7 @@ struct Fault {
     FaultKind kind;
     std::string text;
     int count = -1;  // hits left before the fault disarms itself; -1: every hit
+    int skip = 0;    // hits passed over, as if unarmed, before the fault acts
 };
 
 void ArmFault(const std::string& point, Fault fault);
@@ -34,7 +35,8 @@ void DisarmFault(const std::string& point);
 void DisarmAllFaults();
 
 // At a fault point: throws for the Throw kinds, returns true for Fail, and
-// false when the point is not armed.
+// false when the point is not armed or still skipping. A skipped hit does not
+// count against count.
 bool HitFault(const char* point);
 
 }  // namespace devhost

@@ -54,6 +54,11 @@ du::SmartPtr<qxk::View> MakeView(const du::SmartPtr<qxk::Scene>& scene, unsigned
     return view;
 }
 
+void AddViewClass(qxk::View& view, unsigned int classNumber) {
+    WorldGuard guard(WorldMutex());
+    view.GetViewState().alsoOf.push_back(classNumber);
+}
+
 void RetireView(const du::SmartPtr<qxk::View>& view) {
     WorldGuard guard(WorldMutex());
     auto& state = view->GetViewState();
@@ -127,7 +132,10 @@ View::~View() {
 }
 
 bool View::IsOfClass(unsigned int number) const {
-    return number == viewState_->classNumber || number == CLASS_TYPE.GetNumber() || Object::IsOfClass(number);
+    if (number == viewState_->classNumber || number == CLASS_TYPE.GetNumber() || Object::IsOfClass(number)) return true;
+    devhost::WorldGuard guard(devhost::WorldMutex());
+    const auto& alsoOf = viewState_->alsoOf;
+    return std::find(alsoOf.begin(), alsoOf.end(), number) != alsoOf.end();
 }
 
 void View::GetScene(du::SmartPtr<Scene>& scene) const {

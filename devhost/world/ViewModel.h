@@ -52,6 +52,9 @@ public:
 // The host's record of a view. Guarded by the world lock.
 struct qxk::View::State {
     unsigned int classNumber = 0;
+    // Further classes the view is of, as a class of the host that derives
+    // from several view classes would be; IsATypeOf answers for them too.
+    std::vector<unsigned int> alsoOf;
     du::Symbol name;
     du::SmartPtr<qxk::Scene> scene;  // null once the view has been removed
     du::SmartPtr<qxk::Window> window;
@@ -72,6 +75,8 @@ unsigned int ViewKindNumber(const std::string& kind);  // 0 for an unknown name
 // otherwise.
 du::SmartPtr<qxk::View> MakeView(const du::SmartPtr<qxk::Scene>& scene, unsigned int classNumber,
                                  const du::Symbol& name, const du::SmartPtr<qxk::Window>& window);
+// Makes the view answer IsATypeOf for a further class number.
+void AddViewClass(qxk::View& view, unsigned int classNumber);
 // Takes a view off its scene and breaks its links.
 void RetireView(const du::SmartPtr<qxk::View>& view);
 

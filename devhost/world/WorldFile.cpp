@@ -267,23 +267,21 @@ private:
 
     void View(const du::SmartPtr<qxk::Scene>& scene, const Value& view, const std::string& place) {
         Object(view, place);
-        OnlyKeys(view, place, {"name", "kind", "viewerProgress"});
+        OnlyKeys(view, place, {"name", "kind", "alsoOf", "viewerProgress"});
         std::string name = Text(Need(view, "name", place), At(place, "name"));
         const Value& kind = Need(view, "kind", place);
-        unsigned int number;
-        if (kind.IsString() && ViewKindNumber(kind.GetString()) != 0) {
-            number = ViewKindNumber(kind.GetString());
-        } else {
-            unsigned long long n = Number(kind, At(place, "kind"), "a view kind (\"shape\", \"drawing\", \"image\", "
-                                                               "\"document\", \"illustration\") or class number");
-            if (n == 0 || n > 0xffffffffull) FailAt(At(place, "kind"), "class numbers go from 1 to 0xffffffff");
-            number = static_cast<unsigned int>(n);
-        }
+        unsigned int number = ClassNumber(kind, At(place, "kind"));
         bool shapeView = number == ViewKindNumber("shape");
         if (shapeView && !du::DynamicCast<qxk::ShapeScene>(scene))
             FailAt(At(place, "kind"), "a shape view needs a shape scene");
         if (builder_.FindView(name)) FailAt(At(place, "name"), "view name \"" + name + "\" is used twice");
         du::SmartPtr<qxk::View> made = builder_.AddView(scene, number, name);
+        if (const Value* alsoOf = Optional(view, "alsoOf")) {
+            std::string at = At(place, "alsoOf");
+            if (!alsoOf->IsArray()) FailAt(at, "expected an array of view kinds or class numbers");
+            for (rapidjson::SizeType i = 0; i < alsoOf->Size(); ++i)
+                AddViewClass(*made, ClassNumber((*alsoOf)[i], At(at, i)));
+        }
         if (const Value* progress = Optional(view, "viewerProgress")) {
             std::string at = At(place, "viewerProgress");
             std::string mode = Text(*progress, at);
@@ -291,6 +289,15 @@ private:
             if (mode != "auto" && mode != "manual") FailAt(at, "\"" + mode + "\" is not one of \"auto\", \"manual\"");
             SetViewerProgress(*made, mode == "auto" ? ViewerProgress::Auto : ViewerProgress::Manual);
         }
+    }
+
+    // A view kind by name, or a class number.
+    static unsigned int ClassNumber(const Value& kind, const std::string& place) {
+        if (kind.IsString() && ViewKindNumber(kind.GetString()) != 0) return ViewKindNumber(kind.GetString());
+        unsigned long long n = Number(kind, place, "a view kind (\"shape\", \"drawing\", \"image\", "
+                                                   "\"document\", \"illustration\") or class number");
+        if (n == 0 || n > 0xffffffffull) FailAt(place, "class numbers go from 1 to 0xffffffff");
+        return static_cast<unsigned int>(n);
     }
 
     void Messages(const Value& messages, const std::string& place) {

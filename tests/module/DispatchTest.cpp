@@ -59,8 +59,10 @@ protected:
     du::SmartPtr<dom::ManagedObject> module;
 };
 
-TEST_F(DispatchTest, OtherMethodTableIsTurnedDown) {
+TEST_F(DispatchTest, OtherMethodTablesAreTurnedDown) {
     ExpectRejected(0, {}, "Unexpected method table 1for interface \"webapi::WebApiModuleLocalImpl\".\n", 1);
+    devhost::TraceLog::Clear();
+    ExpectRejected(0, {}, "Unexpected method table -1for interface \"webapi::WebApiModuleLocalImpl\".\n", -1);
 }
 
 TEST_F(DispatchTest, TagsOutOfRangeKeepTheirSign) {
@@ -92,7 +94,7 @@ TEST_F(DispatchTest, SequenceShorterThanItsCountRunsNothing) {
 TEST_F(DispatchTest, HugeSequenceCountIsAShortMessage) {
     ExpectRejected(1, {std::uint32_t{0xFFFFFFFFu}, du::Symbol("a"), du::Symbol("b")},
                    "Unexpected tag offset 1for interface \"webapi::WebApiModuleLocalImpl\".\n");
-    EXPECT_EQ(Send(0, {}), "S:selection");
+    EXPECT_EQ(Send(0, {}), "S:GetCurrentSelection result");
 }
 
 TEST_F(DispatchTest, SequenceIsDecodedInOrderThenTheRest) {
@@ -102,33 +104,78 @@ TEST_F(DispatchTest, SequenceIsDecodedInOrderThenTheRest) {
               (std::vector<std::string>{"SetInstancesColor [a;b;] true 00ff00", "SetInstancesColor [] false 1"}));
 }
 
-TEST_F(DispatchTest, PlainArgumentsArriveInSignatureOrder) {
-    Send(6, {du::Symbol("label"), 1.0, 2.0, 3.0});
-    EXPECT_EQ(RecordingModule::Calls(),
-              (std::vector<std::string>{"AddAnnotationLabel label 1.000000 2.000000 3.000000"}));
-}
-
 TEST_F(DispatchTest, SurplusValuesAreIgnored) {
-    EXPECT_EQ(Send(0, {du::Symbol("extra"), 4.0}), "S:selection");
+    EXPECT_EQ(Send(0, {du::Symbol("extra"), 4.0}), "S:GetCurrentSelection result");
     Send(4, {du::Symbol("[a]"), du::Symbol("extra")});
     EXPECT_EQ(RecordingModule::Calls(), (std::vector<std::string>{"GetCurrentSelection", "LoadInstances [a]"}));
     EXPECT_TRUE(TraceEntriesOf("<generated code>").empty());
-}
-
-TEST_F(DispatchTest, EveryRequestGetsItsReply) {
-    EXPECT_EQ(Send(2, {du::Symbol("7")}), "S:ff0000");
-    EXPECT_EQ(Send(9, {}), "U:7");
-    EXPECT_EQ(Send(29, {}), "S:annotations");
-    EXPECT_EQ(Send(3, {}), "");
-    EXPECT_EQ(RecordingModule::Calls()[2], "GetAllModelAnnotations <null>");
 }
 
 // A sender that waits for nothing still has its method run, and the reply
 // that every request gets does not disturb the actor.
 TEST_F(DispatchTest, RequestWithoutReplyMarkIsServedToo) {
     devhost::SendRawMessage(module, 0, 4, {du::Symbol("[b]")}, false);
-    EXPECT_EQ(Send(0, {}), "S:selection");
+    EXPECT_EQ(Send(0, {}), "S:GetCurrentSelection result");
     EXPECT_EQ(RecordingModule::Calls(), (std::vector<std::string>{"LoadInstances [b]", "GetCurrentSelection"}));
+}
+
+// Each message id reaches its own method with its arguments decoded in
+// order, and the reply carries that method's result.
+TEST_F(DispatchTest, EveryMessageIdReachesItsMethod) {
+    const du::SmartPtr<CaptureServer> viewables(new CaptureServer({"webapi::ViewablesRequest"}, {}));
+    const du::SmartPtr<CaptureServer> observer(new CaptureServer({"webapi::TreeObserver"}, {}));
+    const ServingThread viewablesClient(viewables, "ViewablesClient");
+    const ServingThread observerClient(observer, "ObserverClient");
+    struct Row {
+        short tag;
+        Values values;
+        std::string call;
+        std::string reply;
+    };
+    const Row rows[] = {
+        {0, {}, "GetCurrentSelection", "S:GetCurrentSelection result"},
+        {1,
+         {std::uint32_t{2}, du::Symbol("a"), du::Symbol("b"), true, du::Symbol("00ff00")},
+         "SetInstancesColor [a;b;] true 00ff00",
+         ""},
+        {2, {du::Symbol("17")}, "GetInstanceColor 17", "S:GetInstanceColor result"},
+        {3, {}, "RestoreInstancesVisibility", ""},
+        {4, {du::Symbol("[\"a/b\"]")}, "LoadInstances [\"a/b\"]", ""},
+        {5, {du::Symbol("update end")}, "UnloadInstances update end", ""},
+        {6, {du::Symbol("note"), 1.0, 2.5, -3.0}, "AddAnnotationLabel note 1.000000 2.500000 -3.000000", ""},
+        {7, {du::Symbol("Service steps")}, "LoadAnnotationSet Service steps", ""},
+        {8, {std::uint32_t{4000000000u}}, "GetAnnotationSetName 4000000000", "S:GetAnnotationSetName result"},
+        {9, {}, "GetNumberOfAnnotationSets", "U:7"},
+        {10, {devhost::MakeHandle(viewables, 0), std::int32_t{-5}}, "GetViewables object -5", ""},
+        {11, {std::int32_t{3}}, "ZoomToSelected 3", ""},
+        {12, {std::int32_t{-4}}, "ZoomToAll -4", ""},
+        {13, {true}, "SetCrossSelection true", ""},
+        {14, {devhost::MakeHandle(observer, 0)}, "RegisterTreeObserver object", ""},
+        {15, {devhost::MakeHandle(observer, 0)}, "UnRegisterTreeObserver object", ""},
+        {16, {du::Symbol("{\"primaryNode\":\"12\"}")}, "SelectTreeNodes {\"primaryNode\":\"12\"}", ""},
+        {17, {}, "GetProfiles", "S:GetProfiles result"},
+        {18, {du::Symbol("Service")}, "SetProfile Service", ""},
+        {19, {}, "ResetToDefaultProfile", ""},
+        {20, {}, "ToggleConnectionPath", ""},
+        {21, {}, "NavigateConnection", ""},
+        {22, {}, "ReverseNavigateConection", ""},
+        {23, {du::Symbol("12"), du::Symbol("a,b")}, "ShowModelAnnoations 12 a,b", ""},
+        {24, {du::Symbol("12"), du::Symbol("c")}, "HideModelAnnoations 12 c", ""},
+        {25, {}, "ShowAllModelAnnoations", ""},
+        {26, {}, "HideAllModelAnnoations", ""},
+        {27,
+         {du::Symbol("12"), du::Symbol("a"), du::Symbol("ff00ff")},
+         "SetModelAnnotationColor 12 a ff00ff",
+         ""},
+        {28, {du::Symbol("12"), du::Symbol("a")}, "GetModelAnnotationColor 12 a", "S:GetModelAnnotationColor result"},
+        {29, {}, "GetAllModelAnnotations <null>", "S:annotations"},
+    };
+    for (const Row& row : rows) {
+        RecordingModule::ClearCalls();
+        EXPECT_EQ(Send(row.tag, row.values), row.reply) << row.tag;
+        EXPECT_EQ(RecordingModule::Calls(), std::vector<std::string>{row.call}) << row.tag;
+    }
+    EXPECT_TRUE(TraceEntriesOf("<generated code>").empty());
 }
 
 TEST_F(DispatchTest, ReferenceWithoutItsIntegerRunsNothing) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -20,6 +21,13 @@ public:
     static std::vector<std::string> Calls();
     static void ClearCalls();
 
+    // The thread that served the latest call, as the system reports it.
+    struct ThreadFacts {
+        std::string name;
+        std::size_t stackSize = 0;
+    };
+    static ThreadFacts LastCallThread();
+
     // How the next OnActorStopped ends; ClearCalls sets it back to Return.
     enum class StopEnd { Return, ThrowStd, ThrowOther };
     static void SetStopEnd(StopEnd end);
@@ -28,15 +36,11 @@ public:
     // the concrete class.
     void OnActorStopped();
 
-    du::Symbol GetCurrentSelection() override;
-    void SetInstancesColor(const std::vector<du::Symbol>& instances, bool recursive, const du::Symbol& color) override;
-    du::Symbol GetInstanceColor(const du::Symbol& instance) override;
-    void LoadInstances(const du::Symbol& request) override;
-    void AddAnnotationLabel(const du::Symbol& text, double x, double y, double z) override;
-    unsigned int GetNumberOfAnnotationSets() override;
-    void GetViewables(const du::SmartPtr<webapi::ViewablesRequest>& request, int requestId) override;
-    void RegisterTreeObserver(const du::SmartPtr<webapi::TreeObserver>& observer) override;
-    void GetAllModelAnnotations(du::Symbol& annotations) override;
+    // Every method writes "Name" and its arguments, blank-separated; a string
+    // result is "Name result", an unsigned one 7, and the out string of
+    // GetAllModelAnnotations becomes "annotations".
+#define WEBAPI_METHOD(Id, Index, Name, Signature, Result, Parameters, Arguments) Result Name Parameters override;
+#include "remote/WebApiModule.def"
 
     const du::SmartPtr<qxkapp::SceneManager>& SceneManagerField() const { return sceneManager; }
     const du::SmartPtr<webapi::ShapeSceneLoader>& SceneLoaderField() const { return sceneLoader; }

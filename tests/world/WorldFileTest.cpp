@@ -238,6 +238,29 @@ TEST(WorldFile, WrongFilesNameThePlace) {
     EXPECT_FALSE(qxk::World::GetWorld()) << "nothing is published from a wrong file";
 }
 
+// A view may be of further classes, as a host class derived from several
+// view classes is; it keeps the C++ class of its kind.
+TEST(WorldFile, ViewsAreAlsoOfTheClassesListed) {
+    CleanWorld clean;
+    ASSERT_TRUE(wtest::Load(R"({"structure": [], "scenes": [{"name": "s", "views": [
+        {"name": "both", "kind": "0x8d", "alsoOf": ["0x65", 102]},
+        {"name": "shape", "kind": "shape", "alsoOf": ["illustration"]}]}]})"));
+    const auto both = devhost::FindViewNamed("both");
+    for (const unsigned int number : {0x8du, 0x65u, 0x66u, 0x10u})
+        EXPECT_TRUE(both->IsATypeOf(qxk::ClassType(number))) << number;
+    EXPECT_FALSE(both->IsATypeOf(qxk::ClassType(0x4b)));
+    const auto shape = devhost::FindViewNamed("shape");
+    EXPECT_TRUE(shape->IsATypeOf(qxk::IllustrationView::CLASS_TYPE));
+    EXPECT_TRUE(du::DynamicCast<qxk::ShapeView>(shape));
+    EXPECT_FALSE(du::DynamicCast<qxk::IllustrationView>(shape));
+    EXPECT_EQ(LoadError(R"({"structure": [], "scenes": [{"name": "s", "views": [
+                  {"name": "v", "kind": "0x4b", "alsoOf": [0]}]}]})"),
+              "w.json: at /scenes/0/views/0/alsoOf/0: class numbers go from 1 to 0xffffffff");
+    EXPECT_EQ(LoadError(R"({"structure": [], "scenes": [{"name": "s", "views": [
+                  {"name": "v", "kind": "0x4b", "alsoOf": "0x65"}]}]})"),
+              "w.json: at /scenes/0/views/0/alsoOf: expected an array of view kinds or class numbers");
+}
+
 TEST(WorldFile, OtherSectionsGoToTheirHandlers) {
     CleanWorld clean;
     std::vector<std::string> seen;
