@@ -68,7 +68,7 @@ TEST_F(Loader, LoadShowsAndAddsEveryInstanceNamed) {
     const auto displays = devhost::ProgressDisplays();
     ASSERT_EQ(displays.size(), 1u);
     EXPECT_EQ(displays[0].scene, devhost::FindSceneNamed("Model"));
-    EXPECT_EQ(displays[0].text, "7000");
+    EXPECT_EQ(displays[0].text, "Loading the model");  // the sample world's text of key 7000
     EXPECT_FALSE(displays[0].running) << "the viewer reports the end through the attached event";
     EXPECT_EQ(HostCalls("Main"), Calls{});
 }
