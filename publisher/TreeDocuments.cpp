@@ -5,13 +5,13 @@
 
 namespace webapi {
 
-std::string IdText(std::uint64_t id) {
-    std::ostringstream text;
-    text << id;
-    return text.str();
-}
-
 TreeDocument::TreeDocument() : entries(rapidjson::kArrayType) { document.SetObject(); }
+
+std::string TreeDocument::IdText(std::uint64_t id) {
+    idStream.str(std::string());
+    idStream << id;
+    return idStream.str();
+}
 
 void TreeDocument::AddInstance(std::uint64_t id, const char* idPath) {
     auto& allocator = document.GetAllocator();

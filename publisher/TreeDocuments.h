@@ -28,8 +28,14 @@ public:
     std::string Take(const char* key);
 
 private:
+    // Decimal digits of an id, as a default-formatted stream writes them.
+    std::string IdText(std::uint64_t id);
+
     rapidjson::Document document;
     rapidjson::Value entries;
+    // One stream for all ids of the document, emptied for each: making a
+    // stream costs far more than writing a number into it.
+    std::ostringstream idStream;
 };
 
 // The hand-built "clearTree" document.
@@ -54,8 +60,5 @@ private:
     std::size_t written = 0;
     std::ostringstream text;
 };
-
-// Decimal digits of an id, as a default-formatted stream writes them.
-std::string IdText(std::uint64_t id);
 
 }  // namespace webapi

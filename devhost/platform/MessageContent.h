@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -37,5 +38,8 @@ private:
     std::mutex mutex_;
     std::condition_variable settled_;
     Outcome outcome_ = Outcome::Idle;
+    // True from BeginRequest until Settle, read without the mutex by a
+    // sender that watches for its reply a moment before it sleeps.
+    std::atomic<bool> pending_{false};
     std::string failure_;
 };

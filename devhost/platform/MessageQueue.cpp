@@ -2,6 +2,7 @@
 
 #include "devhost/platform/MessageContent.h"
 #include "devhost/platform/ActorQuiet.h"
+#include "devhost/platform/BriefSpin.h"
 #include "devhost/platform/ObjectRegistry.h"
 #include "devhost/platform/QueueCore.h"
 
@@ -17,6 +18,7 @@ void QueueCore::FailUnserved(std::deque<QueueItem>& dropped) {
 
 bool QueueCore::Take(QueueItem& item) {
     std::unique_lock<std::mutex> hold(mutex);
+    bool spun = false;
     for (;;) {
         if (stopNow) return false;
         if (!timers.empty() && timers.begin()->first <= std::chrono::steady_clock::now()) {
@@ -34,6 +36,14 @@ bool QueueCore::Take(QueueItem& item) {
             return true;
         }
         if (shutdown) return false;
+        if (!spun) {
+            spun = true;
+            const unsigned long long seen = changes.load(std::memory_order_relaxed);
+            hold.unlock();
+            SpinBriefly([&] { return changes.load(std::memory_order_acquire) != seen; });
+            hold.lock();
+            continue;
+        }
         if (timers.empty()) {
             wake.wait(hold);
         } else {
@@ -52,6 +62,7 @@ bool QueueCore::Post(QueueItem item) {
         // sees it before it can be served.
         if (item.work) NoteWorkHandedOut();
         items.push_back(std::move(item));
+        changes.fetch_add(1, std::memory_order_release);
     }
     wake.notify_one();
     return true;
@@ -67,6 +78,7 @@ void QueueCore::Close() {
         {
             std::lock_guard<std::mutex> hold(mutex);
             shutdown = true;
+            changes.fetch_add(1, std::memory_order_release);
             dropped.swap(items);
             timers.clear();
             objects = bound;
@@ -115,6 +127,7 @@ void MessageQueue::ShutdownQueue(ShutdownMode mode) {
     {
         std::lock_guard<std::mutex> hold(core.mutex);
         core.shutdown = true;
+        core.changes.fetch_add(1, std::memory_order_release);
         idle = !core.looping;
         if (mode == SM_Immediate) {
             core.stopNow = true;

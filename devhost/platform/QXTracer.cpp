@@ -8,9 +8,44 @@
 
 namespace dp {
 
-TraceFormatter::TraceFormatter(const QXTracer& tracer, TraceType type) : tracer_(tracer), type_(type) {}
+namespace {
 
-TraceFormatter::~TraceFormatter() { tracer_.Write(type_, text_.str()); }
+// Making a stream costs far more than most entries cost to write, and code
+// may trace once per instance of a large tree: each thread keeps one.
+struct ThreadStream {
+    std::ostringstream text;
+    const std::ostringstream pristine;  // the default format, to reset to
+    bool busy = false;
+};
+
+ThreadStream& TheThreadStream() {
+    static thread_local ThreadStream stream;
+    return stream;
+}
+
+}  // namespace
+
+TraceFormatter::TraceFormatter(const QXTracer& tracer, TraceType type) : tracer_(tracer), type_(type) {
+    ThreadStream& reused = TheThreadStream();
+    ownsText_ = reused.busy;
+    if (ownsText_) {
+        text_ = new std::ostringstream();
+        return;
+    }
+    reused.busy = true;
+    text_ = &reused.text;
+    text_->str(std::string());
+    text_->clear();
+    text_->copyfmt(reused.pristine);
+}
+
+TraceFormatter::~TraceFormatter() {
+    tracer_.Write(type_, text_->str());
+    if (ownsText_)
+        delete text_;
+    else
+        TheThreadStream().busy = false;
+}
 
 QXTracer::QXTracer(const char* module, const char* name) : module_(module ? module : ""), name_(name ? name : "") {}
 

@@ -47,6 +47,10 @@ struct QueueCore {
     // The queue keeps its objects alive until it is closed.
     std::vector<du::SmartPtr<dom::ManagedObject>> bound;
     std::atomic<unsigned int> host{0};
+    // Bumped under the mutex by whatever may end the loop's wait (an item, a
+    // timer, a shutdown), so that the loop can watch for it without the
+    // mutex for a moment before it sleeps.
+    std::atomic<unsigned long long> changes{0};
 
     // Waits for the next work of the loop: a due timer first, then the
     // oldest item. False when the loop is to end.

@@ -37,6 +37,7 @@ bool StartTimer(const du::SmartPtr<dom::ManagedObject>& object, long long timerI
         if (queue->shutdown) return false;
         Remove(*queue, id, timerId);
         queue->timers.emplace(std::chrono::steady_clock::now() + delay, QueueTimer{id, timerId});
+        queue->changes.fetch_add(1, std::memory_order_release);
     }
     queue->wake.notify_all();
     return true;

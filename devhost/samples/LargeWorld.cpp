@@ -78,7 +78,7 @@ du::SmartPtr<WorldModel> BuildLargeWorld(const LargeWorldParams& params, LargeWo
                 InstanceContent leaf;
                 leaf.shape = leafShape;
                 SetInstanceContent(*current.node, leaf);
-                if (!current.unread) {
+                if (!current.unread && params.shown) {
                     builder.AddShape(*scene, *current.node, true);
                     ++made.shapeInstances;
                 }

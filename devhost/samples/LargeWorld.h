@@ -20,6 +20,9 @@ struct LargeWorldParams {
     // Every leaf gets the one shared shape (with markups) and a shape
     // instance in the scene "Model", shown.
     bool shapes = true;
+    // False: the leaves' shape instances are left out of the scene, which
+    // starts empty, as before the client loads anything.
+    bool shown = true;
     // Every this-many-th assembly gets an illustration viewable; 0: none.
     std::size_t viewableEvery = 0;
     // Where thumbnails of those viewables are written ("" for none: the

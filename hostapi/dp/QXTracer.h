@@ -23,18 +23,22 @@ public:
     TraceFormatter& operator=(const TraceFormatter&) = delete;
     ~TraceFormatter();
 
-    std::ostream& Stream() { return text_; }
+    std::ostream& Stream() { return *text_; }
 
     template <class V>
     TraceFormatter& operator<<(const V& value) {
-        text_ << value;
+        *text_ << value;
         return *this;
     }
 
 private:
     const QXTracer& tracer_;
     TraceType type_;
-    std::ostringstream text_;
+    // The thread's stream for entries, emptied and reset to the default
+    // format, or a stream of its own while an entry being written on this
+    // thread holds that one.
+    std::ostringstream* text_;
+    bool ownsText_;
 };
 
 // Writes trace entries under a module name and a channel name. All entries

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <iomanip>
 #include <thread>
 #include <vector>
 
@@ -33,5 +34,29 @@ TEST(Trace, ConcurrentWritersLoseNothing) {
         });
     for (auto& w : writers) w.join();
     EXPECT_EQ(devhost::TraceLog::Entries().size(), 1000u);
+    devhost::TraceLog::Clear();
+}
+
+// Entries share a stream per thread: each starts empty and in the default
+// format, whatever the one before did to it, and an entry written while
+// another is open keeps its own text.
+TEST(Trace, EachEntryStartsEmptyInTheDefaultFormat) {
+    devhost::TraceLog::Clear();
+    dp::QXTracer tracer("t", "f");
+    tracer(dp::TT_Info) << std::hex << std::setfill('0') << std::setw(4) << 255 << std::setprecision(2) << 1.2345;
+    tracer(dp::TT_Info) << 255 << ' ' << 1.2345 << ' ' << true;
+    {
+        dp::TraceFormatter outer = tracer(dp::TT_Warning);
+        outer << "outer ";
+        tracer(dp::TT_Info) << "inner";
+        outer << "done";
+    }
+    const auto entries = devhost::TraceLog::Entries();
+    ASSERT_EQ(entries.size(), 4u);
+    EXPECT_EQ(entries[0].text, "00ff1.2");
+    EXPECT_EQ(entries[1].text, "255 1.2345 1");
+    EXPECT_EQ(entries[2].text, "inner");
+    EXPECT_EQ(entries[3].text, "outer done");
+    EXPECT_EQ(entries[3].type, 2);
     devhost::TraceLog::Clear();
 }

@@ -1,0 +1,92 @@
+// The tree service through the plug-in, timed from the client's request
+// until the last document it causes has reached the client's actor: the
+// node state query of a whole branch, and the load of a whole branch into
+// an empty scene. Each runs at two sizes, so that their ratio shows how the
+// cost grows.
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+#include "BenchSupport.h"
+#include "devhost/platform/TraceLog.h"
+#include "devhost/samples/LargeWorld.h"
+#include "devhost/world/InstanceNode.h"
+#include "devhost/world/WorldControl.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+// A world whose root holds a branch of range(0) instances in all.
+du::SmartPtr<devhost::WorldModel> BranchWorld(const benchmark::State& state, bool shown) {
+    devhost::LargeWorldParams params;
+    params.instances = static_cast<std::size_t>(state.range(0));
+    params.depth = 6;
+    params.fanOut = 10;
+    params.shown = shown;
+    return devhost::BuildLargeWorld(params);
+}
+
+std::string RootId() { return std::to_string(devhost::FindInstanceAt("product")->uid); }
+
+// SelectTreeNodes with "nodes": the visibility state of every instance of
+// the branch, to the leaves, in documents of 500.
+void BM_NodeStateQuery(benchmark::State& state) {
+    auto world = BranchWorld(state, true);
+    {
+        bench::PluginClient client;
+        client.Module().RegisterTreeObserver(client.Observer());
+        client.Settle();
+        const du::Symbol request("{\"nodes\":[\"" + RootId() + "\"],\"depth\":-1}");
+        std::size_t documents = 0;
+        for (auto _ : state) {
+            devhost::TraceLog::Clear();
+            const std::size_t before = client.Received();
+            const Clock::time_point start = Clock::now();
+            client.Module().SelectTreeNodes(request);
+            client.Settle();
+            state.SetIterationTime(SecondsSince(start));
+            documents = client.Received() - before - 2;  // less the opening and closing calls
+        }
+        state.counters["documents"] = static_cast<double>(documents);
+    }
+    world = nullptr;
+    bench::DropWorld();
+}
+BENCHMARK(BM_NodeStateQuery)->Arg(100000)->Arg(200000)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+
+// SelectTreeNodes naming the root of a world whose scene is empty: the
+// whole branch is loaded and shown, and the client told of its visibility.
+void BM_BranchLoad(benchmark::State& state) {
+    std::size_t callbacks = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto world = BranchWorld(state, false);
+        {
+            bench::PluginClient client;
+            client.Module().RegisterTreeObserver(client.Observer());
+            client.Settle();
+            const du::Symbol request("{\"primaryNode\":\"" + RootId() + "\"}");
+            const std::size_t before = client.Received();
+            state.ResumeTiming();
+            const Clock::time_point start = Clock::now();
+            client.Module().SelectTreeNodes(request);
+            client.Settle();
+            state.SetIterationTime(SecondsSince(start));
+            state.PauseTiming();
+            callbacks = client.Received() - before;
+        }
+        world = nullptr;
+        bench::DropWorld();
+        state.ResumeTiming();
+    }
+    state.counters["callbacks"] = static_cast<double>(callbacks);
+}
+BENCHMARK(BM_BranchLoad)->Arg(100000)->Arg(200000)->UseManualTime()->Iterations(2)->Unit(benchmark::kMillisecond);
+
+}  // namespace
