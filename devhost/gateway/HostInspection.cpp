@@ -61,7 +61,8 @@ Json WorkflowData(const du::SmartPtr<du::RefCounted>& data, JsonAllocator& alloc
         out.AddMember("viewport", fly->viewport, allocator);
         out.AddMember("instances", !!fly->instances, allocator);
     } else {
-        out.AddMember("class", Text(std::string(typeid(*data).name()), allocator), allocator);
+        const du::RefCounted& object = *data;
+        out.AddMember("class", Text(std::string(typeid(object).name()), allocator), allocator);
     }
     return out;
 }

@@ -197,6 +197,9 @@ TEST(GatewayProbeBound, AReaderPastTheBoundEndsItsSessionAndIsToldWhy) {
     const auto events = gateway.ReadEvents(session, 10, &end);
     EXPECT_EQ(events.size(), 3u) << "what came before the bound is still delivered";
     EXPECT_EQ(end, R"({"reason":"overflow: 3 events waited for a reader"})");
+    // Gone (404) once the stream has closed it; ended (410) if asked first.
+    const int status = gateway.Post("/api/call", R"({"method":"Count","args":[],"session":)" + id + "}").status;
+    EXPECT_TRUE(status == 404 || status == 410) << status;
     EXPECT_EQ(gateway.Post("/api/call", R"({"method":"Count","args":[],"session":)" + id + "}").status, 404);
 }
 
