@@ -12,8 +12,12 @@ add_library(webapi_core STATIC
   commands/PendingCommands.cpp
   commands/SelectionCommands.cpp
   commands/ViewablesCommands.cpp
+  commands/TreeObserverCommands.cpp
   commands/WebApiModuleImpl.cpp
   host/WebApiModuleThread.cpp
+  publisher/GuiInterface.cpp
+  publisher/KnownInstanceSet.cpp
+  publisher/TreeDocuments.cpp
   loader/ShapeSceneLoader.cpp
   remote/FactoryRegistration.cpp
   remote/Registration.cpp
@@ -21,6 +25,16 @@ add_library(webapi_core STATIC
   remote/ViewablesRequestProxy.cpp
   remote/WebApiModuleDispatch.cpp
   remote/WebApiModuleProxy.cpp
+  tree/FlyToAll.cpp
+  tree/GuiTreeWatcher.cpp
+  tree/InstanceLoad.cpp
+  tree/LoadEvents.cpp
+  tree/MyShapedEnumerator.cpp
+  tree/NodeAddressing.cpp
+  tree/NodeVisitor.cpp
+  tree/ProgressEvents.cpp
+  tree/QueryNodeStates.cpp
+  tree/SelectTreeNodes.cpp
 )
 set_target_properties(webapi_core PROPERTIES
   POSITION_INDEPENDENT_CODE ON

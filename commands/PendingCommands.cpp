@@ -10,12 +10,6 @@ void WebApiModuleImpl::ZoomToAll(int) {}
 
 void WebApiModuleImpl::SetCrossSelection(bool) {}
 
-void WebApiModuleImpl::RegisterTreeObserver(const du::SmartPtr<TreeObserver>&) {}
-
-void WebApiModuleImpl::UnRegisterTreeObserver(const du::SmartPtr<TreeObserver>&) {}
-
-void WebApiModuleImpl::SelectTreeNodes(const du::Symbol&) {}
-
 du::Symbol WebApiModuleImpl::GetProfiles() { return du::Symbol(); }
 
 void WebApiModuleImpl::SetProfile(const du::Symbol&) {}

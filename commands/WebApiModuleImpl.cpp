@@ -8,6 +8,7 @@
 #include "qxkapp/ViewerWorkflowManagerObserverImpl.h"
 #include "remote/InterfaceTable.h"
 #include "remote/WebApiModuleDispatch.h"
+#include "tree/GuiTreeWatcher.h"
 
 namespace webapi {
 
@@ -18,10 +19,14 @@ WebApiModuleImpl::WebApiModuleImpl()
       treeWatcher(nullptr),
       extensionFlag(false) {}
 
+// A remaining tree watcher goes first, as an unregistration would take it.
 // Members go in reverse order, the scene loader first and the scene manager
 // last. The observers stay registered with the host: they are only released.
 // The latest viewables visitor goes with the module, as no fetch holds it.
-WebApiModuleImpl::~WebApiModuleImpl() { delete viewableVisitor; }
+WebApiModuleImpl::~WebApiModuleImpl() {
+    delete treeWatcher;
+    delete viewableVisitor;
+}
 
 short WebApiModuleImpl::BaseClassOffsetByName(const du::Symbol& name) const {
     return remote::BaseClassOffsetOf<WebApiModule>(name);

@@ -22,4 +22,25 @@ bool PostTask(const du::SmartPtr<dom::ManagedObject>& object, std::function<void
 // reference to the observer.
 void NotifyObserver(const du::RefCounted& observer, std::function<void()> call);
 
+// Where RouteTask sent a task.
+enum class TaskRoute {
+    Posted,   // queued for the object's actor
+    NoActor,  // the object lives under no actor: the caller may run the task itself
+    Dropped   // the object is gone, or its actor has ended or is ending: nothing may run for it
+};
+
+// Posts task to the actor of the managed object with this id
+// (dom::ManagedObject::Binding::id), without holding the object: the id is
+// an alive-checked back reference. An object never placed under an actor, or
+// let go by UnmanageObject, is NoActor; a task still queued when the queue
+// shuts down is dropped unrun.
+TaskRoute RouteTask(unsigned long long objectId, std::function<void()> task);
+
+// The id by which RouteTask finds the object, fixed for its life.
+unsigned long long ObjectIdOf(const dom::ManagedObject& object);
+
+// The object with this id, counted, while something else still holds it;
+// null once it has gone or is on its way out.
+du::SmartPtr<dom::ManagedObject> FindLiveObject(unsigned long long objectId);
+
 }  // namespace devhost

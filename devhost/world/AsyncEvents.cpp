@@ -94,11 +94,19 @@ void BaseAsyncEvent::HandleEvent(int kind, int value) {
     // nothing is reported after it.
     if (kind == EK_Complete ? eventState_->completionTaken.exchange(true) : eventState_->completionTaken.load())
         return;
-    if (du::SmartPtr<BaseAsyncEvent> self = RunOnCompleteInTask() ? devhost::CountedIfAlive(this) : nullptr) {
-        if (devhost::PostTask(self, [self, kind, value] { self->EventHandler(kind, value); })) return;
-        if (IsManaged()) return;  // its actor has ended: nobody is left to tell
+    if (!RunOnCompleteInTask()) {
+        EventHandler(kind, value);
+        return;
     }
-    EventHandler(kind, value);
+    // An event whose count is at zero is on its way out: nobody is left to tell.
+    du::SmartPtr<BaseAsyncEvent> self = devhost::CountedIfAlive(this);
+    if (!self) return;
+    // The report runs on the event's actor, or here for an event under no
+    // actor; once that actor has ended it runs nowhere, since the code it
+    // would call may be gone with its library.
+    if (devhost::RouteTask(devhost::ObjectIdOf(*this), [self, kind, value] { self->EventHandler(kind, value); }) ==
+        devhost::TaskRoute::NoActor)
+        self->EventHandler(kind, value);
 }
 
 void BaseAsyncEvent::OnProgress(unsigned char) {}

@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 
+#include "devhost/platform/ActorTasks.h"
 #include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/world/HostWorker.h"
@@ -24,7 +25,7 @@ std::vector<Waiter>& WaitersOf(InstanceNode& proxy);
 void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success);
 
 bool Readable(const InstanceNode& node) {
-    return node.proxy && !node.proxy->expanded && !node.proxy->failed;
+    return node.proxy && !node.proxy->expanded && !node.proxy->failed && node.proxy->expandable;
 }
 
 // Makes expansion wait for proxy and starts the read unless one runs.
@@ -76,11 +77,12 @@ std::vector<Waiter>& WaitersOf(InstanceNode& proxy) {
 }
 
 void Finish(const std::shared_ptr<Expansion>& expansion) {
-    if (!expansion->event) return;
+    auto event = du::DynamicCast<qxk::BaseAsyncEvent>(FindLiveObject(expansion->eventId));
+    if (!event) return;
     if (expansion->failed)
-        expansion->event->CompleteWithError(qxk::BaseAsyncEvent::ES_Failed);
+        event->CompleteWithError(qxk::BaseAsyncEvent::ES_Failed);
     else
-        expansion->event->Complete();
+        event->Complete();
 }
 
 void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success) {
@@ -192,7 +194,7 @@ bool qxk::Instance::ExpandProxy(int depth, AsyncEvent* event, const du::SmartPtr
         return false;
     }
     auto expansion = std::make_shared<devhost::Expansion>();
-    expansion->event = event;
+    if (event) expansion->eventId = devhost::ObjectIdOf(*event);
     expansion->loadedPaths = loadedPaths;
     {
         devhost::WorldGuard guard(devhost::WorldMutex());

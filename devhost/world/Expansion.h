@@ -10,9 +10,12 @@
 
 namespace devhost {
 
-// One call of ExpandProxy: the proxies it waits for and its event.
+// One call of ExpandProxy: the proxies it waits for and its event. The read
+// holds no reference to the event (its maker keeps it until it completes,
+// an actor keeps the events placed under it), only its id: a read that ends
+// after the event has gone, with its maker's code perhaps, tells nobody.
 struct Expansion {
-    du::SmartPtr<qxk::BaseAsyncEvent> event;
+    unsigned long long eventId = 0;  // 0: no event
     std::set<du::Symbol>* loadedPaths = nullptr;
     std::size_t outstanding = 0;
     bool failed = false;

@@ -63,7 +63,10 @@ struct Report {
 using GuiCall = std::function<void(guitree::GuiInterface&)>;
 
 struct TreeCore : std::enable_shared_from_this<TreeCore> {
-    du::SmartPtr<dom::ManagedObject> owner;
+    // The owner by its managed-object id, an alive-checked back reference: a
+    // counted one would keep the owner alive through any interface that
+    // holds the tree (owner -> interface -> tree -> owner). 0 once closed.
+    unsigned long long ownerId = 0;
     guitree::GuiInterface* gui = nullptr;
     bool initialised = false;
     bool closed = false;
@@ -90,14 +93,15 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
     }
 
     // Runs the queue on the owner's actor thread with the interface. An
-    // owner under no actor gets the calls on this thread; one whose actor has
-    // ended, none.
+    // owner under no actor gets the calls on this thread; one that has gone,
+    // or whose actor has ended, none: the interface's code may have gone
+    // with it.
     void Drain() {
         std::shared_ptr<TreeCore> self = shared_from_this();
-        du::SmartPtr<dom::ManagedObject> target;
+        unsigned long long target;
         {
             WorldGuard guard(WorldMutex());
-            target = owner;
+            target = ownerId;
         }
         auto task = [self] {
             for (;;) {
@@ -117,10 +121,18 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
                 if (current) call(*current);
             }
         };
-        if (target && PostTask(target, task)) return;
-        if (!target || !target->IsManaged()) {
+        if (target == 0) {  // no owner, or closed, which the task itself sees
             task();
             return;
+        }
+        switch (RouteTask(target, task)) {
+            case TaskRoute::Posted:
+                return;
+            case TaskRoute::NoActor:
+                task();
+                return;
+            case TaskRoute::Dropped:
+                break;
         }
         WorldGuard guard(WorldMutex());
         queue.clear();
@@ -174,9 +186,8 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
     void OnSceneChange(const std::vector<du::SmartPtr<qxk::Instance>>& changed);
     void OnActiveView(const du::SmartPtr<qxk::View>& active);
     void Unwatch();
-    // Stops every further call; the owner is released by the caller, after
-    // the lock. Under the lock.
-    void Close(du::SmartPtr<dom::ManagedObject>& releasedOwner);
+    // Stops every further call. Under the lock.
+    void Close();
 };
 
 void TreeCore::WatchScene(const du::SmartPtr<qxk::ShapeScene>& newScene) {
@@ -297,14 +308,14 @@ void TreeCore::Unwatch() {
     treeListener = sceneListener = viewListener = 0;
 }
 
-void TreeCore::Close(du::SmartPtr<dom::ManagedObject>& releasedOwner) {
+void TreeCore::Close() {
     if (closed) return;
     closed = true;
     Unwatch();
     gui = nullptr;
     queue.clear();
     told.clear();
-    releasedOwner = std::move(owner);
+    ownerId = 0;
 }
 
 void ListenerImpl::OnView(const du::SmartPtr<qxk::View>& view) {
@@ -350,15 +361,14 @@ struct guitree::GuiTree::State {
 namespace guitree {
 
 GuiTree::GuiTree(const du::SmartPtr<dom::ManagedObject>& owner) : state_(new State()) {
-    state_->core->owner = owner;
+    if (owner) state_->core->ownerId = devhost::ObjectIdOf(*owner);
     state_->core->listener = new devhost::ListenerImpl(state_->core);
 }
 
 GuiTree::~GuiTree() {
-    du::SmartPtr<dom::ManagedObject> owner;
     {
         devhost::WorldGuard guard(devhost::WorldMutex());
-        state_->core->Close(owner);
+        state_->core->Close();
     }
     delete state_;
 }
@@ -428,9 +438,8 @@ void GuiTree::Initialise(const du::SmartPtr<qxk::World>& world) {
 
 void GuiTree::Close() {
     if (devhost::HitFault("guitree::GuiTree::Close")) return;
-    du::SmartPtr<dom::ManagedObject> owner;
     devhost::WorldGuard guard(devhost::WorldMutex());
-    state_->core->Close(owner);
+    state_->core->Close();
 }
 
 du::SmartPtr<qxk::BaseTree> GuiTree::GetBaseTree() {

@@ -20,6 +20,10 @@ enum class ProxyOutcome {
     Never    // the read never answers on its own
 };
 
+// How a proxy stands before anything asks it to read: unread (it can be
+// read), read already, failed already, or unread and not readable at all.
+enum class ProxyStart { Unread, Expanded, Failed, Unexpandable };
+
 // Whether a read finishes by itself (on the host's worker thread) or waits
 // until a test releases it.
 enum class ProxyCompletion { Auto, Manual };
@@ -29,6 +33,7 @@ struct ProxyInfo {
     ProxyCompletion completion = ProxyCompletion::Auto;
     bool expanded = false;
     bool failed = false;
+    bool expandable = true;  // false: it can never be read
     bool reading = false;
     // The unread branch: instances that join the tree on a successful read.
     std::vector<du::SmartPtr<class InstanceNode>> branch;
@@ -50,7 +55,8 @@ public:
     std::vector<du::SmartPtr<InstanceNode>> children;
     TreeModel* tree = nullptr;           // null while unread or after removal
     std::unique_ptr<ProxyInfo> proxy;    // null for an ordinary instance
-    int visibilityOverride = 0;          // 1..9 forces the tree's visibility state
+    bool overridden = false;             // visibilityOverride stands for the rule
+    int visibilityOverride = 0;          // any value, forced on the tree's visibility state
     du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
     std::string formerPath;  // the idpath it had, once it has no parent any more
 

@@ -166,7 +166,7 @@ bool Instance::IsProxyExpanded() const {
 bool Instance::IsExpandableProxy() const {
     devhost::WorldGuard guard(devhost::WorldMutex());
     const auto& proxy = devhost::Node(*this).proxy;
-    return proxy && !proxy->expanded && !proxy->failed;
+    return proxy && !proxy->expanded && !proxy->failed && proxy->expandable;
 }
 
 bool Instance::HasProxyExpandFailed() const {

@@ -74,19 +74,23 @@ void SetViewerProgress(const qxk::View& view, ViewerProgress mode) {
 }
 
 int ReportViewerProgress(const qxk::View& view, unsigned char percentage, bool finish) {
-    std::vector<du::SmartPtr<qxk::ProgressEvent>> events;
+    std::vector<unsigned long long> ids;
     {
         WorldGuard guard(WorldMutex());
         auto viewer = view.GetViewState().viewer;
         if (!viewer) return 0;
-        events = viewer->running;
+        ids = viewer->running;
         if (finish) viewer->running.clear();
     }
-    for (const auto& event : events) {
+    int reached = 0;
+    for (unsigned long long id : ids) {
+        auto event = du::DynamicCast<qxk::ProgressEvent>(FindLiveObject(id));
+        if (!event) continue;
+        ++reached;
         event->Progress(percentage);
         if (finish) event->Complete();
     }
-    return static_cast<int>(events.size());
+    return reached;
 }
 
 std::vector<WorkflowMessage> WorkflowMessages(const qxk::View& view) {
@@ -172,9 +176,9 @@ void Viewer::AttachProgressEvent(const du::SmartPtr<ProgressEvent>& event) {
     {
         devhost::WorldGuard guard(devhost::WorldMutex());
         auto& self = static_cast<devhost::ShapeViewerImpl&>(*this);
-        self.attached.push_back(event);
+        self.attached.push_back(devhost::ObjectIdOf(*event));
         finishNow = self.mode == devhost::ViewerProgress::Auto;
-        if (!finishNow) self.running.push_back(event);
+        if (!finishNow) self.running.push_back(devhost::ObjectIdOf(*event));
     }
     if (finishNow) {  // nothing is slow to draw here: the viewer is done at once
         event->Progress(100);

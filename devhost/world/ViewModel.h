@@ -37,11 +37,14 @@ public:
 // reports 100 and completes), or when a test says so.
 enum class ViewerProgress { Auto, Manual };
 
+// The viewer holds its progress events by id, not by reference: their
+// makers keep them, and an event that has gone (with its maker's code,
+// perhaps) is simply not told any more.
 class ShapeViewerImpl : public qxk::ShapeViewer {
 public:
     ViewerProgress mode = ViewerProgress::Auto;
-    std::vector<du::SmartPtr<qxk::ProgressEvent>> attached;  // every event ever attached
-    std::vector<du::SmartPtr<qxk::ProgressEvent>> running;   // attached and not yet finished
+    std::vector<unsigned long long> attached;  // every event ever attached
+    std::vector<unsigned long long> running;   // attached and not yet finished
 };
 
 }  // namespace devhost

@@ -19,7 +19,7 @@ bool ShownIn(const qxk::ShapeScene& scene, const InstanceNode& node) {
 }  // namespace
 
 int VisibilityStateOf(const qxk::ShapeScene* scene, const InstanceNode& node) {
-    if (node.visibilityOverride >= 1 && node.visibilityOverride <= 9) return node.visibilityOverride;
+    if (node.overridden) return node.visibilityOverride;
     bool self = scene && ShownIn(*scene, node);
     std::size_t total = 0;
     std::size_t visible = 0;

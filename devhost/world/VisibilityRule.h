@@ -13,7 +13,7 @@ namespace devhost {
 //    visible or not; 3 / 4: some children visible; 5 / 6: all visible;
 //  - with no scene nothing is visible;
 //  - 7 to 9 never come from the rule; an instance's visibilityOverride
-//    (set by tests) gives any value in its place.
+//    (set by tests) gives any integer in its place.
 int VisibilityStateOf(const qxk::ShapeScene* scene, const InstanceNode& node);
 
 // The type icon of a node: an unread proxy, an assembly or a part.

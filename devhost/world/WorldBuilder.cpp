@@ -52,13 +52,17 @@ InstanceNode& WorldBuilder::AddInstance(InstanceNode* parent, const std::string&
     return *node;
 }
 
-void WorldBuilder::MakeProxy(InstanceNode& node, ProxyOutcome outcome, ProxyCompletion completion) {
+void WorldBuilder::MakeProxy(InstanceNode& node, ProxyOutcome outcome, ProxyCompletion completion,
+                             ProxyStart start) {
     WorldGuard guard(WorldMutex());
     if (!node.children.empty())
         throw std::invalid_argument("instance " + node.IdPath() + " has children and cannot become a proxy");
     node.proxy.reset(new ProxyInfo());
     node.proxy->outcome = outcome;
     node.proxy->completion = completion;
+    node.proxy->expanded = start == ProxyStart::Expanded;
+    node.proxy->failed = start == ProxyStart::Failed;
+    node.proxy->expandable = start != ProxyStart::Unexpandable;
 }
 
 InstanceNode* WorldBuilder::Find(const std::string& idPath) const {

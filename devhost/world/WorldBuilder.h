@@ -36,8 +36,10 @@ public:
     // proxy it joins the proxy's unread branch. uid 0 takes a fresh id.
     InstanceNode& AddInstance(InstanceNode* parent, const std::string& name, std::uint64_t uid = 0);
     // Makes an instance with no children yet a proxy; what is added under it
-    // afterwards is its unread branch.
-    void MakeProxy(InstanceNode& node, ProxyOutcome outcome, ProxyCompletion completion);
+    // afterwards is its unread branch, or, for one that starts expanded, its
+    // branch in the tree.
+    void MakeProxy(InstanceNode& node, ProxyOutcome outcome, ProxyCompletion completion,
+                   ProxyStart start = ProxyStart::Unread);
     // An instance of the tree (not of an unread branch) by idpath, or null.
     InstanceNode* Find(const std::string& idPath) const;
     // Names the world's primary structure; "structure" unless named.

@@ -76,13 +76,32 @@ InstanceNode* FindInstanceById(std::uint64_t id) {
     return nullptr;
 }
 
-bool SetVisibilityOverride(const std::string& idPath, int state) {
-    WorldGuard guard(WorldMutex());
-    InstanceNode* node = FindInstanceAt(idPath);
-    if (!node) return false;
-    node->visibilityOverride = state;
+namespace {
+
+// Sets or clears the override, and tells every scene's listeners, as a
+// change of the instance's visibility would.
+bool Override(const std::string& idPath, bool overridden, int state) {
+    std::vector<du::SmartPtr<qxk::Scene>> scenes;
+    if (auto manager = CurrentSceneManager()) scenes = manager->GetScenes();
+    du::SmartPtr<qxk::Instance> changed;
+    {
+        WorldGuard guard(WorldMutex());
+        InstanceNode* node = FindInstanceAt(idPath);
+        if (!node) return false;
+        node->overridden = overridden;
+        node->visibilityOverride = state;
+        changed = node;
+        for (const auto& scene : scenes) NoteChange(*scene, changed);
+    }
+    for (const auto& scene : scenes) FlushChanges(*scene);
     return true;
 }
+
+}  // namespace
+
+bool SetVisibilityOverride(const std::string& idPath, int state) { return Override(idPath, true, state); }
+
+bool ClearVisibilityOverride(const std::string& idPath) { return Override(idPath, false, 0); }
 
 du::SmartPtr<qxk::Scene> FindSceneNamed(const std::string& name) {
     auto manager = CurrentSceneManager();

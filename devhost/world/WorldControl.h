@@ -28,9 +28,12 @@ bool RemoveInstanceAt(const std::string& idPath);
 InstanceNode* FindInstanceAt(const std::string& idPath);
 // By id, searching the whole tree; null when none has it.
 InstanceNode* FindInstanceById(std::uint64_t id);
-// Forces the visibility state that tree models give an instance (1 to 9;
-// 0 goes back to the rule). False for an unknown idpath.
+// Forces the visibility state that tree models give an instance, any
+// integer (0, or 10 and more, included), until cleared. Tree models hear of
+// it as of a visibility change in each scene. False for an unknown idpath.
 bool SetVisibilityOverride(const std::string& idPath, int state);
+// The instance's state comes from the rule again.
+bool ClearVisibilityOverride(const std::string& idPath);
 
 // Makes the world of the process one with no tree (qxk::World::tree is
 // null and it has no structure), under the present world's actor name

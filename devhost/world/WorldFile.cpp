@@ -105,6 +105,15 @@ ProxyCompletion Completion(const Value& value, const std::string& place) {
 
 const Value kNoInstances(rapidjson::kArrayType);
 
+ProxyStart Start(const Value& value, const std::string& place) {
+    std::string text = Text(value, place);
+    if (text == "unread") return ProxyStart::Unread;
+    if (text == "expanded") return ProxyStart::Expanded;
+    if (text == "failed") return ProxyStart::Failed;
+    if (text == "unexpandable") return ProxyStart::Unexpandable;
+    FailAt(place, "\"" + text + "\" is not one of \"unread\", \"expanded\", \"failed\", \"unexpandable\"");
+}
+
 class FileReader {
 public:
     // Deeper structures are refused rather than read by deep recursion.
@@ -177,12 +186,14 @@ private:
         if (proxy) {
             std::string at = At(place, "proxy");
             Object(*proxy, at);
-            OnlyKeys(*proxy, at, {"outcome", "completion", "children"});
+            OnlyKeys(*proxy, at, {"outcome", "completion", "start", "children"});
             ProxyOutcome outcome = ProxyOutcome::Expand;
             ProxyCompletion completion = ProxyCompletion::Auto;
+            ProxyStart start = ProxyStart::Unread;
             if (const Value* o = Optional(*proxy, "outcome")) outcome = Outcome(*o, At(at, "outcome"));
             if (const Value* c = Optional(*proxy, "completion")) completion = Completion(*c, At(at, "completion"));
-            builder_.MakeProxy(*made, outcome, completion);
+            if (const Value* s = Optional(*proxy, "start")) start = Start(*s, At(at, "start"));
+            builder_.MakeProxy(*made, outcome, completion, start);
             children = Optional(*proxy, "children");
             if (children) Children(*children, made, At(at, "children"), depth + 1);
             return;

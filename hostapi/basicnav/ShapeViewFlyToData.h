@@ -27,6 +27,9 @@ public:
     };
 
     ShapeViewFlyToData() = default;
+    // Out of line, in the host's library: a workflow may keep the data after
+    // the module that made it has been unloaded.
+    ~ShapeViewFlyToData() override;
 
     unsigned char flyFlags = FF_Animate;
     unsigned char fitFlags = 0;

@@ -21,6 +21,8 @@ class TreeStateBase;
 // changes of the tree and of the visibility of its nodes as they happen.
 class GuiTree : public virtual du::RefCounted {
 public:
+    // The tree holds no reference to its owner; once the owner has gone, or
+    // its actor has ended, the interface is called no more.
     explicit GuiTree(const du::SmartPtr<dom::ManagedObject>& owner);
     ~GuiTree() override;
     GuiTree(const GuiTree&) = delete;

@@ -34,7 +34,9 @@ public:
     // reading; loadedPaths, when given, receives the idpaths that came into
     // being before the event completes, and is not to be touched until then.
     // The event completes once in every case; the result is false when no
-    // read was started.
+    // read was started. The read holds no reference to the event: its maker
+    // keeps it (an actor keeps the events placed under it), and an event that
+    // has gone when the read ends is told nothing.
     bool ExpandProxy(int depth, AsyncEvent* event, const du::SmartPtr<IdMap>& oldIds,
                      const du::SmartPtr<IdMap>& newIds, std::set<du::Symbol>* loadedPaths,
                      bool reread, bool quiet);

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include <atomic>
 #include <thread>
 
@@ -124,6 +126,30 @@ TEST(AsyncEvent, AFailedMemberFailsTheEventThatItsSetWouldComplete) {
     owner.Sync();
     owner.Sync();
     EXPECT_EQ(load->statuses, (std::vector<int>{4}));
+}
+
+}  // namespace
+
+namespace {
+
+class Anchor : public dom::ManagedObject {};
+
+// A report that comes after the actor of its event has ended runs nowhere:
+// neither on the reporting thread nor anywhere else.
+TEST(AsyncEvent, AReportAfterTheActorHasEndedIsDropped) {
+    du::SmartPtr<dom::ManagedObject> anchor(new Anchor());
+    auto actor = std::make_unique<ptest::TestActor>(anchor, "async-event-ended");
+    actor->Start();
+    du::SmartPtr<RecordingEvent> event(new RecordingEvent());
+    ASSERT_TRUE(anchor->ManageObject(event));
+    actor.reset();  // shuts the queue down and joins the actor
+    std::thread reporter([&] {
+        event->Progress(10);
+        event->Complete();
+    });
+    reporter.join();
+    EXPECT_TRUE(event->progress.empty());
+    EXPECT_TRUE(event->statuses.empty());
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include <algorithm>
 #include <atomic>
 #include <future>
@@ -7,6 +9,7 @@
 #include <thread>
 
 #include "WorldTestSupport.h"
+#include "devhost/world/HostWorker.h"
 #include "devhost/world/TreeModel.h"
 #include "devhost/world/WorldModel.h"
 #include "guitree/GuiTree.h"
@@ -268,6 +271,120 @@ TEST_F(TreeModel, WithoutVisibilityTheStateIsUnknown) {
     guitree::StructureTreeState blind(*tree, false);
     Initialise();
     EXPECT_EQ(blind.GetVisibilityState(qxk::World::GetWorld()->tree->FindInstance("a")), guitree::VS_Num);
+}
+
+}  // namespace
+
+namespace {
+
+class Anchor : public dom::ManagedObject {};
+
+// Once the owner's actor has ended, changes of the world reach the
+// interface no more, on any thread.
+TEST(TreeModelOwner, AnOwnerWhoseActorHasEndedHearsNothingMore) {
+    wtest::CleanWorld clean;
+    ASSERT_TRUE(wtest::Load(kTreeWorld));
+    du::SmartPtr<dom::ManagedObject> anchor(new Anchor());
+    auto actor = std::make_unique<ptest::TestActor>(anchor, "tree-owner-ended");
+    actor->Start();
+    wtest::RecordingGui gui;
+    du::SmartPtr<guitree::GuiTree> tree(new guitree::GuiTree(anchor));
+    tree->SetGuiInterface(&gui);
+    actor.reset();
+    tree->Initialise(qxk::World::GetWorld());
+    devhost::AddInstanceAt("a", "late");
+    devhost::DrainHostWorker();
+    EXPECT_TRUE(gui.Calls().empty());
+    tree->Close();
+    tree->SetGuiInterface(nullptr);
+}
+
+// An owner that lets go of its tree model's interface through its own
+// destructor must be able to die while the tree is open.
+class CountedOwner : public dom::ManagedObject {
+public:
+    explicit CountedOwner(bool& gone) : gone_(gone) {}
+    ~CountedOwner() override { gone_ = true; }
+
+private:
+    bool& gone_;
+};
+
+TEST(TreeModelOwner, TheTreeDoesNotKeepItsOwnerAlive) {
+    wtest::CleanWorld clean;
+    ASSERT_TRUE(wtest::Load(kTreeWorld));
+    bool gone = false;
+    du::SmartPtr<dom::ManagedObject> owner(new CountedOwner(gone));
+    du::SmartPtr<guitree::GuiTree> tree(new guitree::GuiTree(owner));
+    owner = nullptr;
+    EXPECT_TRUE(gone);
+    wtest::RecordingGui gui;
+    tree->SetGuiInterface(&gui);
+    tree->Initialise(qxk::World::GetWorld());
+    EXPECT_EQ(gui.Names(), std::vector<std::string>{}) << "nobody is left to tell";
+    tree->SetGuiInterface(nullptr);
+}
+
+}  // namespace
+
+namespace {
+
+// Any integer can be forced as a state, and tree models hear of it as of a
+// visibility change.
+TEST_F(TreeModel, AnOverrideTakesAnyIntegerAndIsReported) {
+    Initialise();
+    gui.Clear();
+    ASSERT_TRUE(devhost::SetVisibilityOverride("a/p1", 0));
+    owner.Sync();
+    EXPECT_EQ(State("a/p1"), 0);
+    EXPECT_EQ(gui.Names(), std::vector<std::string>{"UpdateVisAndTypeIcons"});
+    EXPECT_EQ(gui.LastState("a/p1"), 0);
+    ASSERT_TRUE(devhost::SetVisibilityOverride("a/p1", 12));
+    owner.Sync();
+    EXPECT_EQ(State("a/p1"), 12);
+    EXPECT_EQ(gui.LastState("a/p1"), 12);
+    ASSERT_TRUE(devhost::ClearVisibilityOverride("a/p1"));
+    owner.Sync();
+    EXPECT_EQ(State("a/p1"), guitree::VS_VisNoChdrnVis);
+    EXPECT_EQ(gui.LastState("a/p1"), guitree::VS_VisNoChdrnVis);
+    EXPECT_FALSE(devhost::SetVisibilityOverride("a/nothing", 3));
+    EXPECT_TRUE(AllOnOwnersThread());
+}
+
+TEST(ProxyStart, AProxyCanStartExpandedFailedOrUnexpandable) {
+    wtest::CleanWorld clean;
+    ASSERT_TRUE(wtest::Load(R"({"structure": [
+      {"name": "done", "proxy": {"start": "expanded", "children": [{"name": "in"}]}},
+      {"name": "broken", "proxy": {"start": "failed", "children": [{"name": "in"}]}},
+      {"name": "closed", "proxy": {"start": "unexpandable", "children": [{"name": "in"}]}},
+      {"name": "fresh", "proxy": {"start": "unread"}}
+    ]})"));
+    auto tree = qxk::World::GetWorld()->tree;
+    auto done = tree->FindInstance("done");
+    EXPECT_TRUE(done->IsProxy() && done->IsProxyExpanded() && !done->IsExpandableProxy());
+    EXPECT_TRUE(tree->FindInstance("done/in")) << "an expanded proxy's branch is in the tree";
+    auto broken = tree->FindInstance("broken");
+    EXPECT_TRUE(broken->IsProxy() && !broken->IsProxyExpanded() && broken->HasProxyExpandFailed());
+    EXPECT_FALSE(broken->IsExpandableProxy());
+    EXPECT_FALSE(tree->FindInstance("broken/in"));
+    auto closed = tree->FindInstance("closed");
+    EXPECT_TRUE(closed->IsProxy() && !closed->IsProxyExpanded() && !closed->HasProxyExpandFailed());
+    EXPECT_FALSE(closed->IsExpandableProxy());
+    EXPECT_TRUE(tree->FindInstance("fresh")->IsExpandableProxy());
+
+    wtest::Owner owner;
+    class Recording : public qxk::AsyncEvent {
+    public:
+        Recording() : qxk::BaseAsyncEvent(true) {}
+        void OnComplete(int status) override { statuses.push_back(status); }
+        std::vector<int> statuses;
+    };
+    du::SmartPtr<Recording> event(new Recording());
+    owner.object->ManageObject(event);
+    EXPECT_FALSE(closed->ExpandProxy(1, event.get(), nullptr, nullptr, nullptr, false, false));
+    owner.Sync();
+    EXPECT_EQ(event->statuses, std::vector<int>{qxk::BaseAsyncEvent::ES_Failed});
+    EXPECT_FALSE(tree->FindInstance("closed/in"));
 }
 
 }  // namespace

@@ -210,6 +210,9 @@ TEST(WorldFile, WrongFilesNameThePlace) {
               "w.json: at /structure/1: id 7 is used twice");
     EXPECT_EQ(LoadError(R"({"structure": [{"name": "a", "uid": -1}]})"),
               "w.json: at /structure/0/uid: expected an id, a non-negative integer or a text such as \"0x4e\"");
+    EXPECT_EQ(LoadError(R"({"structure": [{"name": "a", "proxy": {"start": "half"}}]})"),
+              "w.json: at /structure/0/proxy/start: \"half\" is not one of \"unread\", \"expanded\", \"failed\", "
+              "\"unexpandable\"");
     EXPECT_EQ(LoadError(R"({"structure": [{"name": "a", "proxy": {"outcome": "maybe"}}]})"),
               "w.json: at /structure/0/proxy/outcome: \"maybe\" is not one of \"expand\", \"fail\", \"never\"");
     EXPECT_EQ(LoadError(R"({"structure": [], "scenes": [{"name": "s", "shapes": ["x"]}]})"),

@@ -1,0 +1,30 @@
+// The tree observer's registration and the client's acts on tree nodes.
+
+#include "commands/WebApiModuleImpl.h"
+#include "qxk/ShapeScene.h"
+#include "tree/GuiTreeWatcher.h"
+
+namespace webapi {
+
+// Without a shape view active nothing happens, and the client may try again
+// later; a second observer while one is registered is dropped.
+void WebApiModuleImpl::RegisterTreeObserver(const du::SmartPtr<TreeObserver>& observer) {
+    if (treeWatcher) return;
+    const du::SmartPtr<qxk::ShapeScene> scene = GetActiveShapeScene();
+    if (!scene) return;
+    treeWatcher = new GuiTreeWatcher(du::SmartPtr<dom::ManagedObject>(this), observer, scene);
+    treeWatcher->PopulateInstanceMap();
+}
+
+// Any handle ends the registered observer.
+void WebApiModuleImpl::UnRegisterTreeObserver(const du::SmartPtr<TreeObserver>&) {
+    if (!treeWatcher) return;
+    delete treeWatcher;
+    treeWatcher = nullptr;
+}
+
+void WebApiModuleImpl::SelectTreeNodes(const du::Symbol& request) {
+    if (treeWatcher) treeWatcher->SelectTreeNodes(request);
+}
+
+}  // namespace webapi

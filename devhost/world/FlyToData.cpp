@@ -1,0 +1,7 @@
+#include "basicnav/ShapeViewFlyToData.h"
+
+namespace basicnav {
+
+ShapeViewFlyToData::~ShapeViewFlyToData() = default;
+
+}  // namespace basicnav

@@ -1,0 +1,82 @@
+// The node state query: the visibility states of nodes and their branches
+// down to a depth, read from the request text by hand.
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "du/StringUtil.h"
+#include "guitree/TreeStateBase.h"
+#include "publisher/TreeDocuments.h"
+#include "tree/GuiTreeWatcher.h"
+#include "tree/InstVisitor.h"
+
+InstVisitor::~InstVisitor() = default;
+
+bool InstVisitor::Visit(const du::SmartPtr<qxk::BaseInstance>& instance, unsigned int level) {
+    if (static_cast<int>(level) > maxDepth && maxDepth != -1) return false;
+    instances.insert(instance);
+    return true;
+}
+
+namespace {
+
+const char* const kStateWords[] = {
+    nullptr,
+    "State: VS_VisNoChdrnVis",
+    "State: VS_NotVisNoChdrnVis",
+    "State: VS_VisSomeChdrnVis",
+    "State: VS_NotVisSomeChdrnVis",
+    "State: VS_VisAllChdrnVis",
+    "State: VS_NotVisAllChdrnVis",
+    "State: VS_VisThumb",
+    "State: VS_VisPartlyVis",
+    "State: VS_Num",
+};
+
+}  // namespace
+
+// The text is cut at its last "[", "]", ":" and "}", so that the request is
+// looser than JSON: the name of the depth's member is never read, and ids
+// need no quotes.
+void GuiTreeWatcher::QueryNodeStates(du::Symbol json) {
+    if (json.find("nodes") < 0) return;
+    const long long open = json.rfind("[");
+    const long long close = json.rfind("]");
+    if (open < 0 || close < 0) return;
+    const std::string text = json.safe_c_str();
+    std::vector<std::string> tokens;
+    if (close > open) du::StringSplit(text.substr(open + 1, close - open - 1), tokens, ",");
+    std::set<du::SmartPtr<qxk::BaseInstance>> roots;
+    for (std::string token : tokens) {
+        token.erase(std::remove(token.begin(), token.end(), '"'), token.end());
+        if (qxk::BaseInstance* found = LookUpId(instancesById, token)) roots.insert(du::SmartPtr<qxk::BaseInstance>(found));
+    }
+    const long long brace = json.rfind("}");
+    const long long colon = json.rfind(":");
+    int depth = 0;
+    {
+        const std::size_t from = colon < 0 ? 0 : static_cast<std::size_t>(colon) + 1;
+        const std::size_t to = brace < 0 ? text.size() : static_cast<std::size_t>(brace);
+        std::istringstream in(from < to && colon >= 0 && brace >= 0 ? text.substr(from, to - from) : std::string());
+        in >> depth;
+        if (in.fail() || in.bad()) return;
+    }
+    if (roots.empty()) return;
+
+    InstVisitor visitor(depth);
+    for (const auto& root : roots) root->Visit(visitor, qxk::BaseInstance::VT_DepthFirst);
+
+    guitree::TreeStateBase* state = guiTree->GetTreeState();
+    if (!state) return;
+    treeObserver->OnTreeUpdateBegin();
+    webapi::HandBuiltStateChanges changes(*treeObserver, updateBatchSize, visitor.instances.size());
+    for (const auto& instance : visitor.instances) {
+        const int value = state->GetVisibilityState(instance);
+        changes.Add(instance->GetUniqueId(), value);
+        if (value >= 1 && value <= 9) tracer(dp::TT_Info) << kStateWords[value];
+    }
+    changes.Finish();
+    treeObserver->OnTreeUpdateEnd();
+}
