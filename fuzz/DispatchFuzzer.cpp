@@ -61,6 +61,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } catch (const std::exception& e) {
         fuzz::FuzzHost::Finding(std::string("request ended with: ") + e.what());
     }
+    try {
+        host.CloseLoadGroup();
+    } catch (const std::exception& e) {
+        fuzz::FuzzHost::Finding(std::string("the module no longer serves: ") + e.what());
+    }
     host.SettleAndCheck();
     return 0;
 }

@@ -76,6 +76,16 @@ webapi::WebApiModule& FuzzHost::Module() { return *parts_->module; }
 
 const du::SmartPtr<dom::ManagedObject>& FuzzHost::ModuleObject() const { return parts_->moduleObject; }
 
+void FuzzHost::RegisterTreeObserver() {
+    parts_->module->RegisterTreeObserver(parts_->observer);
+    SettleAndCheck();
+}
+
+void FuzzHost::CloseLoadGroup() {
+    parts_->module->LoadInstances("update begin");
+    parts_->module->UnloadInstances("update end");
+}
+
 devhost::HandleValue FuzzHost::Handle(unsigned kind, short table) const {
     devhost::HandleValue handle;
     switch (kind % 7) {

@@ -23,6 +23,16 @@ public:
     webapi::WebApiModule& Module();
     const du::SmartPtr<dom::ManagedObject>& ModuleObject() const;
 
+    // Registers the client's tree observer with the module, so that tree
+    // requests find a tree watcher and changes are published.
+    void RegisterTreeObserver();
+
+    // Closes an empty load group: the scene loader keeps every list that
+    // arrives outside a group, and applies them all again with each later
+    // one, so inputs that send lists would otherwise pile up work and memory
+    // from one to the next.
+    void CloseLoadGroup();
+
     // A handle of one kind: 0 null, 1 the module, 2 the tree observer, 3 the
     // viewables request, 4 the object of no interface, 5 an object that
     // never existed, 6 the module as known to a host that does not exist.
