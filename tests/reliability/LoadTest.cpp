@@ -169,7 +169,7 @@ TEST_F(LoadTest, EightClientsAreAllAnsweredWhileTheHostChangesTheTree) {
     const std::vector<std::string> calls = treeCalls.Calls();
     std::size_t previous = 0;
     for (int k = 0; k < kHostChanges; ++k) {
-        const std::string name = "\"load_" + std::to_string(k) + "\"";
+        const std::string name = "\"idpath\":\"drone/load_" + std::to_string(k) + "\"";
         const auto told = std::find_if(calls.begin(), calls.end(), [&](const std::string& call) {
             return call.rfind("OnTreeMapping|", 0) == 0 && call.find(name) != std::string::npos;
         });
