@@ -18,21 +18,12 @@
 #include <thread>
 #include <vector>
 
+#include "PluginClient.h"
 #include "ProcessState.h"
-#include "devhost/client/CallbackReceivers.h"
 #include "devhost/client/ClientActor.h"
-#include "devhost/client/PluginLibrary.h"
-#include "devhost/platform/TraceLog.h"
-#include "devhost/samples/SampleWorlds.h"
-#include "devhost/world/Application.h"
 #include "devhost/world/HostWorker.h"
-#include "devhost/world/Settle.h"
 #include "devhost/world/WorldControl.h"
-#include "devhost/world/WorldModel.h"
 #include "dom/Exceptions.h"
-#include "dom/ManagedObject.h"
-#include "qxk/ActiveModule.h"
-#include "remote/WebApiModule.h"
 
 namespace rtest {
 namespace {
@@ -49,27 +40,6 @@ constexpr int kRequests = 100000;
 constexpr int kHostChanges = 500;
 #endif
 constexpr int kClients = 8;
-
-// What one callback object received, in order.
-class Recorder {
-public:
-    devhost::CallbackSink Sink() {
-        return [this](const devhost::ReceivedCall& call) {
-            std::string text = call.method;
-            for (const std::string& argument : call.arguments) text += "|" + argument;
-            std::lock_guard<std::mutex> hold(lock_);
-            calls_.push_back(text);
-        };
-    }
-    std::vector<std::string> Calls() {
-        std::lock_guard<std::mutex> hold(lock_);
-        return calls_;
-    }
-
-private:
-    std::mutex lock_;
-    std::vector<std::string> calls_;
-};
 
 // One request of a mix that reads and writes, chosen by n.
 void MixedRequest(webapi::WebApiModule& module, int n) {
@@ -92,43 +62,28 @@ void MixedRequest(webapi::WebApiModule& module, int n) {
 class LoadTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        devhost::LoadDefaultSampleWorld();
-        ASSERT_TRUE(plugin.Init() && plugin.CreateComponent("world", "web", "api", component)) << plugin.Error();
-        ASSERT_TRUE(client.Adopt(observer) && client.Adopt(viewables) && otherClient.Adopt(secondObserver));
-        du::SmartPtr<dom::ManagedObject> proxy;
-        const du::Symbol name = dynamic_cast<qxk::ActiveModule&>(*component).GetActorName();
-        ASSERT_TRUE(dom::ManagedObject::FindActor(name, "webapi::WebApiModule", proxy));
-        module = du::DynamicCast<webapi::WebApiModule>(proxy);
-        ASSERT_TRUE(module);
-        module->RegisterTreeObserver(observer);
+        ASSERT_TRUE(plugin.Started());
+        module = du::SmartPtr<webapi::WebApiModule>(&plugin.Module());
+        ASSERT_TRUE(otherClient.Adopt(secondObserver));
+        module->RegisterTreeObserver(plugin.Observer());
         // The module serves one tree observer: this one is dropped.
         module->RegisterTreeObserver(secondObserver);
         Settle();
     }
-    void TearDown() override {
-        module.reset();
-        plugin.Terminate();
-        component.reset();
-        plugin.Unload();
-        devhost::DrainHostWorker();
-        devhost::DropWorld();
-        devhost::DropApplication();
-    }
 
     void Settle() {
-        devhost::Settle({du::DynamicCast<dom::ManagedObject>(module), observer, secondObserver});
+        plugin.Settle();
+        otherClient.Settle();
     }
 
-    devhost::PluginLibrary plugin{WEBAPI_PLUGIN_PATH};
-    du::SmartPtr<du::RefCounted> component;
-    devhost::ClientActor client{"LoadClient"};
+    SampleWorldProcess world;
+    PluginClient plugin;
     devhost::ClientActor otherClient{"OtherLoadClient"};
-    Recorder treeCalls, viewableCalls, secondTreeCalls;
-    du::SmartPtr<devhost::TreeObserverReceiver> observer{new devhost::TreeObserverReceiver(treeCalls.Sink())};
-    du::SmartPtr<devhost::ViewablesRequestReceiver> viewables{
-        new devhost::ViewablesRequestReceiver(viewableCalls.Sink())};
+    CallRecorder secondTreeCalls;
     du::SmartPtr<devhost::TreeObserverReceiver> secondObserver{
         new devhost::TreeObserverReceiver(secondTreeCalls.Sink())};
+    // The client's own hold on the module's proxy, which the senders keep
+    // using after QXDllTerminate; let go before the plug-in is unloaded.
     du::SmartPtr<webapi::WebApiModule> module;
 };
 
@@ -141,7 +96,7 @@ TEST_F(LoadTest, EightClientsAreAllAnsweredWhileTheHostChangesTheTree) {
             for (int n = c; n < kRequests; n += kClients) {
                 try {
                     if (n % 1000 == 999)
-                        module->GetViewables(viewables, n);
+                        module->GetViewables(plugin.Viewables(), n);
                     else
                         MixedRequest(*module, n);
                     ++answered;
@@ -166,7 +121,7 @@ TEST_F(LoadTest, EightClientsAreAllAnsweredWhileTheHostChangesTheTree) {
     EXPECT_EQ(answered.load(), kRequests);
     EXPECT_EQ(failed.load(), 0);
     // Each new part reaches the observer after those made before it.
-    const std::vector<std::string> calls = treeCalls.Calls();
+    const std::vector<std::string> calls = plugin.TreeCalls().Calls();
     std::size_t previous = 0;
     for (int k = 0; k < kHostChanges; ++k) {
         const std::string name = "\"idpath\":\"drone/load_" + std::to_string(k) + "\"";
@@ -180,7 +135,7 @@ TEST_F(LoadTest, EightClientsAreAllAnsweredWhileTheHostChangesTheTree) {
     }
     EXPECT_TRUE(secondTreeCalls.Calls().empty());
     // Every viewables request that was answered was answered whole.
-    const std::vector<std::string> received = viewableCalls.Calls();
+    const std::vector<std::string> received = plugin.ViewableCalls().Calls();
     EXPECT_EQ(std::count_if(received.begin(), received.end(),
                             [](const std::string& call) { return call.rfind("StartViewablesResult", 0) == 0; }),
               std::count_if(received.begin(), received.end(),
@@ -230,10 +185,8 @@ TEST_F(LoadTest, TerminateUnderLoadFailsEveryWaitingSenderAndLeavesNoThread) {
     // The figure goes to the report; the suite asserts no time.
     RecordProperty("terminate_ms",
                    std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(took).count()));
-    module.reset();
-    component.reset();
     devhost::DrainHostWorker();
-    client.Settle();
+    plugin.Client().Settle();
     EXPECT_EQ(ThreadCount(), threadsBefore - 1);  // the actor's thread went
 }
 
