@@ -226,6 +226,11 @@ int RunMatrix(devhost::FaultKind kind, std::set<std::string> allowed) {
 // A host operation that gives null or false is a state the host can be in:
 // the module takes its silent paths and serves on.
 TEST(FaultMatrix, EveryFailingHostOperationLeavesTheModuleServing) {
+#if defined(__SANITIZE_THREAD__)
+    // Crashes are what the matrix looks for, and the plain and address
+    // builds run it; the thread sanitizer's build takes minutes over it.
+    GTEST_SKIP();
+#endif
     RecordProperty("cells", RunMatrix(devhost::FaultKind::Fail, {"answered", "failed"}));
 }
 
