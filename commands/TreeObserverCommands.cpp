@@ -7,9 +7,10 @@
 namespace webapi {
 
 // Without a shape view active nothing happens, and the client may try again
-// later; a second observer while one is registered is dropped.
-// A null handle names no observer, and registers nothing: the publisher
-// counts on a live one.
+// later; a second observer while one is registered is dropped. A handle that
+// decoded to no tree observer (null, or of another interface) reaches here as
+// null: the publisher sends every document to the observer unchecked, so such
+// a registration is dropped too, and the client may register a real one.
 void WebApiModuleImpl::RegisterTreeObserver(const du::SmartPtr<TreeObserver>& observer) {
     if (treeWatcher || !observer) return;
     const du::SmartPtr<qxk::ShapeScene> scene = GetActiveShapeScene();

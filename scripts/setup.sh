@@ -4,7 +4,7 @@
 # tests. Safe to run again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-packages=(cmake ninja-build g++ clang-14 pkg-config libgtest-dev libgmock-dev libbenchmark-dev rapidjson-dev
+packages=(cmake ninja-build g++ clang-14 libclang-rt-14-dev pkg-config libgtest-dev libgmock-dev libbenchmark-dev rapidjson-dev
           libcpp-httplib-dev chromium nodejs)
 missing=()
 for p in "${packages[@]}"; do

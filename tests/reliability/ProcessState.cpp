@@ -1,0 +1,26 @@
+#include "ProcessState.h"
+
+#include <dirent.h>
+
+#include "dom/Proxy.h"
+#include "du/Symbol.h"
+
+namespace rtest {
+
+int ThreadCount() {
+    int count = 0;
+    if (DIR* tasks = opendir("/proc/self/task")) {
+        while (const dirent* entry = readdir(tasks)) count += entry->d_name[0] != '.';
+        closedir(tasks);
+    }
+    return count;
+}
+
+bool AnyModuleFactoryRegistered() {
+    const dom::ProxyFactoryMap& factories = dom::ProxyFactoryMap::Instance();
+    for (const char* name : {"webapi::WebApiModule", "webapi::TreeObserver", "webapi::ViewablesRequest"})
+        if (factories.FindFactory(du::Symbol(name)) != nullptr) return true;
+    return false;
+}
+
+}  // namespace rtest
