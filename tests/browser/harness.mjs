@@ -57,25 +57,5 @@ export function gateway(url) {
   return {
     post,
     get: async (path) => (await fetch(new URL(path, url))).json(),
-    // Whether a call of a fresh session makes the module call it back: the
-    // host is settled first, so the stream's first chunk holds every event
-    // there is, or only the keep-alive comment. undo, a call, runs before
-    // the session ends (the module serves one tree observer at a time).
-    async callsBack(method, args, undo) {
-      const { session } = await post('/api/sessions');
-      await post('/api/call', { method, args, session });
-      await post('/host/settle');
-      const abort = new AbortController();
-      const response = await fetch(new URL(`/api/events?session=${session}`, url), { signal: abort.signal });
-      const reader = response.body.getReader();
-      const { value } = await reader.read();
-      abort.abort();
-      if (undo) {
-        await post('/api/call', { ...undo, session });
-        await post('/host/settle');
-      }
-      await fetch(new URL(`/api/sessions/${session}`, url), { method: 'DELETE' });
-      return new TextDecoder().decode(value).includes('data: ');
-    },
   };
 }
