@@ -6,7 +6,7 @@
 
 #include "devhost/gateway/GatewayContext.h"
 #include "devhost/gateway/HostControl.h"
-#include "devhost/gateway/HostInspection.h"
+#include "devhost/gateway/HostState.h"
 #include "devhost/gateway/JsonReply.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/world/Settle.h"

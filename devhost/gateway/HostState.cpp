@@ -1,4 +1,4 @@
-#include "devhost/gateway/HostInspection.h"
+#include "devhost/gateway/HostState.h"
 
 #include <cstdio>
 #include <typeinfo>
