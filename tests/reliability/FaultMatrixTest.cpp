@@ -181,11 +181,22 @@ Row RunRow(const std::string& point, devhost::FaultKind kind) {
 // value unchecked, as its design has it, and so may crash when the host is
 // in the state named. Reported, not failed.
 const std::map<std::pair<std::string, std::string>, std::string>& ContractHazards() {
-    static const std::map<std::pair<std::string, std::string>, std::string> hazards = {
-        {{"guitree::GuiTree::SetGuiInterface", "RegisterTreeObserver"},
-         "a tree that does not take the interface never gives it its scene-view listener, which the "
-         "interface calls unchecked when it names its scene"},
-    };
+    static const auto hazards = [] {
+        std::map<std::pair<std::string, std::string>, std::string> all = {
+            {{"guitree::GuiTree::SetGuiInterface", "RegisterTreeObserver"},
+             "a tree that does not take the interface never gives it its scene-view listener, which the "
+             "interface calls unchecked when it names its scene"},
+        };
+        // The view commands reach the active view through the application
+        // and its scene manager unchecked: a viewer has both from start-up to
+        // shut-down, so only a host still starting or already closing gives
+        // null there.
+        for (const char* method : {"ZoomToSelected", "ZoomToAll", "GetProfiles", "SetProfile", "ResetToDefaultProfile",
+                                   "ToggleConnectionPath", "NavigateConnection", "ReverseNavigateConection"})
+            for (const char* point : {"qxkapp::QxkApp::Get", "qxkapp::QxkApp::GetSceneManager"})
+                all[{point, method}] = "the application, or its scene manager, is not there yet or any more";
+        return all;
+    }();
     return hazards;
 }
 

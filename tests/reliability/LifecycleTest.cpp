@@ -55,7 +55,7 @@ TEST(Lifecycle, ManyCyclesLeaveNoThreadNoFactoryAndNoLoadedCode) {
     const int threads = ThreadCount();
     for (int i = 1; i < kCycles; ++i) {
         ASSERT_TRUE(Cycle()) << "cycle " << i;
-        ASSERT_EQ(ThreadCount(), threads) << "cycle " << i;
+        ASSERT_EQ(ThreadCountOnceAt(threads), threads) << "cycle " << i;
         ASSERT_FALSE(AnyModuleFactoryRegistered()) << "cycle " << i;
         devhost::TraceLog::Clear();
     }

@@ -2,6 +2,9 @@
 
 #include <dirent.h>
 
+#include <chrono>
+#include <thread>
+
 #include "dom/Proxy.h"
 #include "du/Symbol.h"
 
@@ -12,6 +15,16 @@ int ThreadCount() {
     if (DIR* tasks = opendir("/proc/self/task")) {
         while (const dirent* entry = readdir(tasks)) count += entry->d_name[0] != '.';
         closedir(tasks);
+    }
+    return count;
+}
+
+int ThreadCountOnceAt(int expected) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    int count = ThreadCount();
+    while (count != expected && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        count = ThreadCount();
     }
     return count;
 }
