@@ -51,19 +51,22 @@ HandBuiltStateChanges::HandBuiltStateChanges(TreeObserver& observer, unsigned in
     : observer(observer), batchSize(batchSize), total(total) {}
 
 void HandBuiltStateChanges::Add(std::uint64_t id, int state) {
-    if (written % batchSize == 0) {
+    if (!open) {
         text.str(std::string());
         text << "{\n" << "\n\"treeUpdateChanges\":\n[\n";
+        open = true;
     }
     ++written;
     text << "{" << "\"id\": \"" << id << "\"," << "\"state\": \"" << state << "\"" << "}";
-    const bool full = written % batchSize == 0;
-    if (written < total && !full) text << ",\n";
-    if (full) Close();
+    if (written < total && written % batchSize != 0) text << ",\n";
+}
+
+void HandBuiltStateChanges::SendIfFull() {
+    if (open && written % batchSize == 0) Close();
 }
 
 void HandBuiltStateChanges::Finish() {
-    if (!text.str().empty()) Close();
+    if (open) Close();
 }
 
 void HandBuiltStateChanges::Close() {
@@ -71,6 +74,7 @@ void HandBuiltStateChanges::Close() {
     const std::string document = text.str();
     observer.OnTreeUpdate(du::Symbol(document));
     text.str(std::string());
+    open = false;
 }
 
 }  // namespace webapi

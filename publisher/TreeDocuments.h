@@ -48,6 +48,9 @@ class HandBuiltStateChanges {
 public:
     HandBuiltStateChanges(TreeObserver& observer, unsigned int batchSize, std::size_t total);
     void Add(std::uint64_t id, int state);
+    // Sends the document once its batch is full. Apart from Add, so that
+    // what the caller does for an entry comes before the document goes.
+    void SendIfFull();
     // Sends what is left, if anything.
     void Finish();
 
@@ -58,6 +61,7 @@ private:
     const unsigned int batchSize;
     const std::size_t total;
     std::size_t written = 0;
+    bool open = false;  // a document has entries not yet sent
     std::ostringstream text;
 };
 

@@ -80,6 +80,7 @@ void GuiTreeWatcher::QueryNodeStates(du::Symbol json) {
         const int value = state->GetVisibilityState(instance);
         changes.Add(instance->GetUniqueId(), value);
         if (value >= 1 && value <= 9) tracer(dp::TT_Info) << kStateWords[value];
+        changes.SendIfFull();
     }
     changes.Finish();
     treeObserver->OnTreeUpdateEnd();
