@@ -88,6 +88,17 @@ bool ReleaseFetch(const Json& request, Json&, JsonAllocator&, std::string& error
                 error, "no held fetch " + std::to_string(number));
 }
 
+// Held annotation-set applications are known by their index in the
+// applied sets; the status completes the application (0 shows the set).
+bool ReleaseApply(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    int index = 0, status = 0;
+    if (!m.Int("index", index) || !m.Int("status", status, true)) return false;
+    auto content = CurrentContent();
+    return Done(content && index >= 0 && content->ReleaseApply(static_cast<std::size_t>(index), status), error,
+                "no held apply " + std::to_string(index));
+}
+
 bool SetSelection(const Json& request, Json&, JsonAllocator&, std::string& error) {
     Members m{request, error};
     std::string scene;
@@ -123,33 +134,69 @@ bool ActivateViewNamed(const Json& request, Json&, JsonAllocator&, std::string& 
     return Done(ActivateView(view), error, "no view \"" + view + "\"");
 }
 
-bool AddInstances(const Json& request, Json& result, JsonAllocator& allocator, std::string& error) {
-    Members m{request, error};
+bool ReadAdditions(const Members& m, const char* key, std::vector<NewInstance>& additions) {
     const Json* instances = nullptr;
-    if (!m.Array("instances", instances)) return false;
-    Json ids(rapidjson::kArrayType);
+    if (!m.Array(key, instances)) return false;
     for (const Json& instance : instances->GetArray()) {
-        if (!instance.IsObject()) return Done(false, error, "an instance is {\"parent\", \"name\"}");
-        Members each{instance, error};
-        std::string parent, name;
-        if (!each.String("parent", parent, true) || !each.String("name", name)) return false;
-        InstanceNode* made = AddInstanceAt(parent, name);
-        if (!made) return Done(false, error, "cannot add \"" + name + "\" under \"" + parent + "\"");
-        ids.PushBack(Json(std::to_string(made->uid).c_str(), allocator), allocator);
+        if (!instance.IsObject()) return Done(false, m.error, "an instance is {\"parent\", \"name\"}");
+        Members each{instance, m.error};
+        NewInstance addition;
+        if (!each.String("parent", addition.parentIdPath, true) || !each.String("name", addition.name)) return false;
+        additions.push_back(std::move(addition));
     }
-    result.AddMember("ids", ids, allocator);
+    return true;
+}
+
+bool ReadIdPaths(const Members& m, const char* key, std::vector<std::string>& idPaths) {
+    const Json* paths = nullptr;
+    if (!m.Array(key, paths)) return false;
+    for (const Json& path : paths->GetArray()) {
+        if (!path.IsString()) return m.Fail(key, "an array of idpaths");
+        idPaths.emplace_back(path.GetString(), path.GetStringLength());
+    }
+    return true;
+}
+
+Json IdsOf(const std::vector<InstanceNode*>& nodes, JsonAllocator& allocator) {
+    Json ids(rapidjson::kArrayType);
+    for (const InstanceNode* node : nodes) ids.PushBack(Json(std::to_string(node->uid).c_str(), allocator), allocator);
+    return ids;
+}
+
+bool AddInstances(const Json& request, Json& result, JsonAllocator& allocator, std::string& error) {
+    std::vector<NewInstance> additions;
+    if (!ReadAdditions(Members{request, error}, "instances", additions)) return false;
+    std::vector<InstanceNode*> made;
+    for (const NewInstance& addition : additions) {
+        InstanceNode* node = AddInstanceAt(addition.parentIdPath, addition.name);
+        if (!node)
+            return Done(false, error, "cannot add \"" + addition.name + "\" under \"" + addition.parentIdPath + "\"");
+        made.push_back(node);
+    }
+    result.AddMember("ids", IdsOf(made, allocator), allocator);
     return true;
 }
 
 bool RemoveInstances(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    std::vector<std::string> idPaths;
+    if (!ReadIdPaths(Members{request, error}, "idpaths", idPaths)) return false;
+    for (const std::string& path : idPaths)
+        if (!RemoveInstanceAt(path)) return Done(false, error, "no instance \"" + path + "\"");
+    return true;
+}
+
+// Removals and additions that the tree's listeners hear of as one change,
+// as when a viewer replaces part of an assembly at once.
+bool ChangeInstancesAtOnce(const Json& request, Json& result, JsonAllocator& allocator, std::string& error) {
     Members m{request, error};
-    const Json* paths = nullptr;
-    if (!m.Array("idpaths", paths)) return false;
-    for (const Json& path : paths->GetArray()) {
-        if (!path.IsString()) return m.Fail("idpaths", "an array of idpaths");
-        if (!RemoveInstanceAt(path.GetString()))
-            return Done(false, error, std::string("no instance \"") + path.GetString() + "\"");
-    }
+    std::vector<std::string> removals;
+    std::vector<NewInstance> additions;
+    if ((m.Find("remove") && !ReadIdPaths(m, "remove", removals)) ||
+        (m.Find("add") && !ReadAdditions(m, "add", additions)))
+        return false;
+    InstancesChange change = ChangeInstances(removals, additions);
+    if (!change.done) return Done(false, error, change.failure);
+    result.AddMember("ids", IdsOf(change.added, allocator), allocator);
     return true;
 }
 
@@ -267,11 +314,13 @@ const std::vector<ControlAction>& ControlActions() {
         {"releaseExpansions", "", ReleaseExpansions},
         {"resolveExpansion", "idpath, success (default true)", ResolveExpansion},
         {"releaseFetch", "number, succeed (default true)", ReleaseFetch},
+        {"releaseApply", "index (in appliedSets), status (default 0)", ReleaseApply},
         {"setSelection", "scene, set (default 0), items [{contentType, fields {name: text}, representation}]",
          SetSelection},
         {"activateView", "view (\"\" for none)", ActivateViewNamed},
         {"addInstances", "instances [{parent (idpath, \"\" for a root), name}]", AddInstances},
         {"removeInstances", "idpaths [idpath]", RemoveInstances},
+        {"changeInstances", "remove [idpath], add [{parent, name}], as one change", ChangeInstancesAtOnce},
         {"setVisibilityOverride", "idpath, state (1 to 9; 0 back to the rule)", VisibilityOverride},
         {"showInstance", "scene, idpath, visible", ShowShape},
         {"reportViewerProgress", "view, percentage (default 100), finish (default true)", ViewerProgress},

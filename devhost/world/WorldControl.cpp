@@ -1,5 +1,7 @@
 #include "devhost/world/WorldControl.h"
 
+#include <algorithm>
+
 #include "devhost/world/WorldLock.h"
 
 namespace devhost {
@@ -15,39 +17,76 @@ TreeModel* CurrentTree() {
 }  // namespace
 
 InstanceNode* AddInstanceAt(const std::string& parentIdPath, const std::string& name) {
-    if (name.empty() || name.find('/') != std::string::npos) return nullptr;
-    du::SmartPtr<WorldModel> world = CurrentWorld();
-    if (!world || !world->tree) return nullptr;
-    TreeChange change;
-    InstanceNode* made = nullptr;
-    {
-        WorldGuard guard(WorldMutex());
-        InstanceNode* parent = nullptr;
-        if (!parentIdPath.empty() && !(parent = world->Tree().Find(parentIdPath))) return nullptr;
-        du::SmartPtr<InstanceNode> node(new InstanceNode(NextInstanceId(), du::Symbol(name)));
-        if (!world->Tree().Attach(parent, node, &change)) return nullptr;
-        made = node.get();
-    }
-    world->Tree().NotifyTree(change);
-    return made;
+    InstancesChange change = ChangeInstances({}, {{parentIdPath, name}});
+    return change.done ? change.added.front() : nullptr;
 }
 
-bool RemoveInstanceAt(const std::string& idPath) {
+bool RemoveInstanceAt(const std::string& idPath) { return ChangeInstances({idPath}, {}).done; }
+
+namespace {
+
+bool InsideBranch(const std::string& idPath, const std::string& branch) {
+    return idPath.compare(0, branch.size(), branch) == 0 &&
+           (idPath.size() == branch.size() || idPath[branch.size()] == '/');
+}
+
+// Checks the removals and makes the additions, under the world lock. The
+// additions go in before anything is removed so that a failing one is undone
+// by taking out only what this change made.
+bool AttachAll(TreeModel& tree, const std::vector<std::string>& removeIdPaths,
+               const std::vector<NewInstance>& additions, TreeChange& change, InstancesChange& result) {
+    for (const std::string& path : removeIdPaths)
+        if (!tree.Find(path)) {
+            result.failure = "no instance \"" + path + "\"";
+            return false;
+        }
+    for (const NewInstance& addition : additions) {
+        const std::string& parentPath = addition.parentIdPath;
+        InstanceNode* parent = nullptr;
+        const bool valid = !addition.name.empty() && addition.name.find('/') == std::string::npos &&
+                           (parentPath.empty() || (parent = tree.Find(parentPath))) &&
+                           std::none_of(removeIdPaths.begin(), removeIdPaths.end(),
+                                        [&](const std::string& gone) { return InsideBranch(parentPath, gone); });
+        du::SmartPtr<InstanceNode> node;
+        if (valid) node = new InstanceNode(NextInstanceId(), du::Symbol(addition.name));
+        if (!valid || !tree.Attach(parent, node, &change)) {
+            result.failure = "cannot add \"" + addition.name + "\" under \"" + parentPath + "\"";
+            TreeChange undone;
+            for (auto made = result.added.rbegin(); made != result.added.rend(); ++made) tree.Detach(**made, undone);
+            result.added.clear();
+            return false;
+        }
+        result.added.push_back(node.get());
+    }
+    return true;
+}
+
+}  // namespace
+
+InstancesChange ChangeInstances(const std::vector<std::string>& removeIdPaths,
+                                const std::vector<NewInstance>& additions) {
+    InstancesChange result;
     du::SmartPtr<WorldModel> world = CurrentWorld();
-    if (!world) return false;
+    if (!world || (!additions.empty() && !world->tree)) {
+        result.failure = "the world has no tree";
+        return result;
+    }
     TreeChange change;
     std::vector<du::SmartPtr<qxk::Scene>> scenes;
     if (auto manager = CurrentSceneManager()) scenes = manager->GetScenes();
     {
         WorldGuard guard(WorldMutex());
-        InstanceNode* node = world->Tree().Find(idPath);
-        if (!node) return false;
-        world->Tree().Detach(*node, change);
+        TreeModel& tree = world->Tree();
+        if (!AttachAll(tree, removeIdPaths, additions, change, result)) return result;
+        for (const std::string& path : removeIdPaths)
+            // A path inside a branch removed before it is gone already.
+            if (InstanceNode* node = tree.Find(path)) tree.Detach(*node, change);
         for (const auto& scene : scenes)
             for (const auto& gone : change.removed) scene->GetSceneState().shapes.erase(gone.get());
     }
     world->Tree().NotifyTree(change);
-    return true;
+    result.done = true;
+    return result;
 }
 
 du::SmartPtr<WorldModel> UseWorldWithoutTree() {

@@ -25,6 +25,24 @@ InstanceNode* AddInstanceAt(const std::string& parentIdPath, const std::string& 
 // Takes a branch out of the tree, and its shape instances out of every scene
 // of the application. False for an unknown idpath.
 bool RemoveInstanceAt(const std::string& idPath);
+// Several instances taken out and added as one change of the tree, which its
+// listeners hear of once: the branches at removeIdPaths go (with their shape
+// instances in every scene), and the additions are made in order, so one may
+// go under an instance added before it. All or nothing: an unknown idpath,
+// an unknown parent, a parent inside a branch being removed, or a name taken
+// (also by an instance that the same change removes) leaves the tree as it
+// was, and failure says which.
+struct NewInstance {
+    std::string parentIdPath;  // "" for a root
+    std::string name;
+};
+struct InstancesChange {
+    bool done = false;
+    std::vector<InstanceNode*> added;  // in the order of the additions
+    std::string failure;
+};
+InstancesChange ChangeInstances(const std::vector<std::string>& removeIdPaths,
+                                const std::vector<NewInstance>& additions);
 InstanceNode* FindInstanceAt(const std::string& idPath);
 // By id, searching the whole tree; null when none has it.
 InstanceNode* FindInstanceById(std::uint64_t id);

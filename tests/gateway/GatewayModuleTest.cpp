@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <mutex>
 
 #include "GatewayTestSupport.h"
 #include "devhost/client/PluginLibrary.h"
@@ -120,7 +121,7 @@ TEST_F(GatewayModule, CallsByNameOrSignatureWithAnOutParameter) {
 
 TEST_F(GatewayModule, StateShowsTheHostAndControlChangesIt) {
     auto state = gateway.Get("/host/state");
-    ASSERT_EQ(state.status, 200) << state.text;
+    ASSERT_EQ(state.status, 200) << gateway.Get("/host/state?sections=scenes").text;
     for (const char* section :
          {"activeView", "views", "scenes", "markups", "moduleCalls", "progress", "appliedSets", "crossSelection",
           "pending"})
@@ -141,7 +142,7 @@ TEST_F(GatewayModule, StateShowsTheHostAndControlChangesIt) {
             EXPECT_FALSE(shape["visible"].GetBool());
         }
     }
-    EXPECT_TRUE(found) << state.text;
+    EXPECT_TRUE(found) << gateway.Get("/host/state?sections=scenes").text;
     EXPECT_TRUE(devhost::ShowInstance("Model", "drone/frame/arm_1", true));
 
     reply = gateway.Post("/host/control", R"({"action":"activateView","view":"no such view"})");
@@ -152,6 +153,96 @@ TEST_F(GatewayModule, StateShowsTheHostAndControlChangesIt) {
     EXPECT_EQ(gateway.Post("/host/control", R"({"action":"activateView","view":")" + active + "\"}").status, 200);
     EXPECT_EQ(gateway.Get("/host/state?sections=activeView").body["activeView"].GetString(), active);
     EXPECT_EQ(gateway.Post("/host/settle", "").status, 200);
+}
+
+// Tree listeners of the current world hear each change of its structure.
+class TreeChanges {
+public:
+    TreeChanges() : world_(devhost::CurrentWorld()) {
+        id_ = world_->Tree().AddListener([this](const devhost::TreeChange& change) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            sizes_.emplace_back(change.removed.size(), change.added.size());
+        });
+    }
+    ~TreeChanges() { world_->Tree().RemoveListener(id_); }
+    // Removed and added instances, per change heard.
+    std::vector<std::pair<std::size_t, std::size_t>> Sizes() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return sizes_;
+    }
+
+private:
+    du::SmartPtr<devhost::WorldModel> world_;
+    int id_ = 0;
+    std::mutex mutex_;
+    std::vector<std::pair<std::size_t, std::size_t>> sizes_;
+};
+
+TEST_F(GatewayModule, SeveralInstancesChangeInOneTreeChangeOrNotAtAll) {
+    std::vector<std::pair<std::size_t, std::size_t>> heard;
+    {
+        TreeChanges changes;
+        auto reply = gateway.Post("/host/control", R"({"action":"changeInstances",
+            "remove":["drone/propulsion/motor_1","drone/landing_gear"],
+            "add":[{"parent":"drone","name":"cargo"},{"parent":"drone/cargo","name":"box"}]})");
+        ASSERT_EQ(reply.status, 200) << reply.text;
+        EXPECT_EQ(reply.body["done"].GetString(), std::string("changeInstances"));
+        ASSERT_EQ(reply.body["ids"].Size(), 2u);
+        const devhost::InstanceNode* box = devhost::FindInstanceAt("drone/cargo/box");
+        ASSERT_TRUE(box);
+        EXPECT_EQ(reply.body["ids"][1].GetString(), std::to_string(box->uid));
+        EXPECT_FALSE(devhost::FindInstanceAt("drone/propulsion/motor_1"));
+
+        // A box under a branch that the same change removes fails the whole change.
+        reply = gateway.Post("/host/control", R"({"action":"changeInstances","remove":["drone/cargo"],
+            "add":[{"parent":"drone","name":"crate"},{"parent":"drone/cargo/box","name":"lid"}]})");
+        EXPECT_EQ(reply.status, 400);
+        EXPECT_EQ(reply.text, R"({"error":"bad-control","message":"changeInstances: cannot add \"lid\" under \"drone/cargo/box\""})");
+        reply = gateway.Post("/host/control", R"({"action":"changeInstances","remove":["drone/gone"]})");
+        EXPECT_EQ(reply.text, R"({"error":"bad-control","message":"changeInstances: no instance \"drone/gone\""})");
+        reply = gateway.Post("/host/control", R"({"action":"changeInstances","add":[{"parent":"drone"}]})");
+        EXPECT_EQ(reply.text, R"({"error":"bad-control","message":"changeInstances: \"name\" is to be a string"})");
+        EXPECT_FALSE(devhost::FindInstanceAt("drone/crate"));
+        EXPECT_TRUE(devhost::FindInstanceAt("drone/cargo/box"));
+        heard = changes.Sizes();
+    }
+    // motor_1 goes with its stator and rotor.
+    EXPECT_EQ(heard, (std::vector<std::pair<std::size_t, std::size_t>>{{4, 2}}));
+    EXPECT_EQ(gateway.Post("/host/settle", "").status, 200);
+    EXPECT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","path":""})").status, 200);
+}
+
+TEST_F(GatewayModule, HeldAnnotationSetAppliesAreReleasedWithAStatus) {
+    auto reply = gateway.Post("/host/control", R"({"action":"loadWorld","world":{
+        "structure":[{"name":"car","children":[{"name":"body"},{"name":"wheel"}]}],
+        "scenes":[{"name":"Model","shapes":["car","car/body"],"views":[{"name":"v","kind":"shape"}]}],
+        "activeView":"v",
+        "annotationSets":[{"name":"Steps","held":true},{"name":"Marks","held":true,"shapes":["car/wheel"]}]}})");
+    ASSERT_EQ(reply.status, 200) << reply.text;
+    for (const char* set : {R"(["Steps"])", R"(["Marks"])"})
+        ASSERT_EQ(gateway.Post("/api/call", std::string(R"({"method":"LoadAnnotationSet","args":)") + set + "}").status,
+                  200);
+    ASSERT_EQ(gateway.Post("/host/settle", "").status, 200);
+    EXPECT_EQ(gateway.Get("/host/state?sections=pending").text,
+              R"({"pending":{"expansions":[],"fetches":[],"applies":["Steps","Marks"]}})");
+
+    reply = gateway.Post("/host/control", R"({"action":"releaseApply","index":0,"status":2})");
+    EXPECT_EQ(reply.text, R"({"done":"releaseApply"})");
+    reply = gateway.Post("/host/control", R"({"action":"releaseApply","index":0})");
+    EXPECT_EQ(reply.text, R"({"error":"bad-control","message":"releaseApply: no held apply 0"})");
+    reply = gateway.Post("/host/control", R"({"action":"releaseApply","index":-1})");
+    EXPECT_EQ(reply.status, 400);
+    reply = gateway.Post("/host/control", R"({"action":"releaseApply","index":1})");
+    EXPECT_EQ(reply.status, 200) << reply.text;
+    ASSERT_EQ(gateway.Post("/host/settle", "").status, 200);
+
+    auto state = gateway.Get("/host/state?sections=appliedSets,pending");
+    ASSERT_EQ(state.body["appliedSets"].Size(), 2u);
+    EXPECT_EQ(state.body["appliedSets"][0]["status"].GetInt(), 2);
+    EXPECT_EQ(state.body["appliedSets"][1]["status"].GetInt(), 0);
+    EXPECT_EQ(state.body["pending"]["applies"].Size(), 0u);
+    EXPECT_TRUE(devhost::ShapeOf("Marks", "car/wheel").present) << "status 0 shows the set";
+    EXPECT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","path":""})").status, 200);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "WorldTestSupport.h"
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/TreeModel.h"
+#include "devhost/world/WorldControl.h"
 #include "devhost/world/WorldModel.h"
 #include "guitree/GuiTree.h"
 #include "guitree/StructureTreeState.h"
@@ -104,6 +105,57 @@ TEST_F(TreeModel, ChangesOfTheTreeArriveAsUpdates) {
     EXPECT_EQ(gui.LastState("a"), 0) << "a state that did not change is not reported again";
     EXPECT_EQ(State("a"), guitree::VS_VisSomeChdrnVis);
     EXPECT_TRUE(AllOnOwnersThread());
+}
+
+TEST_F(TreeModel, SeveralInstancesChangedAtOnceArriveAsOneUpdate) {
+    Initialise();
+    gui.Clear();
+    devhost::InstancesChange change =
+        devhost::ChangeInstances({"a/p2", "a/sub"}, {{"a", "n"}, {"a/n", "m"}, {"a/p1", "k"}});
+    ASSERT_TRUE(change.done) << change.failure;
+    ASSERT_EQ(change.added.size(), 3u);
+    EXPECT_EQ(change.added[1]->IdPath(), "a/n/m");
+    owner.Sync();
+    auto names = gui.Names();
+    ASSERT_GE(names.size(), 9u);
+    EXPECT_EQ(std::vector<std::string>(names.begin(), names.begin() + 9),
+              (std::vector<std::string>{"StartTreeUpdate", "InstanceRemove a/p2", "InstanceRemove a/sub",
+                                        "InstanceRemove a/sub/q1", "InstanceRemove a/sub/q2", "InstanceCreate a/n",
+                                        "InstanceCreate a/n/m", "InstanceCreate a/p1/k", "FinishTreeUpdate"}));
+    EXPECT_EQ(std::count(names.begin(), names.end(), "StartTreeUpdate"), 1);
+    EXPECT_FALSE(devhost::ShapeOf("left", "a/p2").present) << "a removed instance leaves its scenes";
+}
+
+TEST_F(TreeModel, AChangeOfSeveralInstancesIsAllOrNothing) {
+    Initialise();
+    gui.Clear();
+    struct Case {
+        std::vector<std::string> removals;
+        std::vector<devhost::NewInstance> additions;
+        std::string failure;
+    };
+    const Case cases[] = {
+        {{"a/p1", "a/none"}, {{"a", "n"}}, "no instance \"a/none\""},
+        {{}, {{"a", "n"}, {"a/n", "m"}, {"a", "n"}}, "cannot add \"n\" under \"a\""},
+        {{"a/sub"}, {{"a", "n"}, {"a/sub/q1", "x"}}, "cannot add \"x\" under \"a/sub/q1\""},
+        {{"a/p1"}, {{"a", "p1"}}, "cannot add \"p1\" under \"a\""},
+        {{}, {{"a", "n"}, {"a/missing", "x"}}, "cannot add \"x\" under \"a/missing\""},
+        {{}, {{"a", "n/m"}}, "cannot add \"n/m\" under \"a\""},
+    };
+    for (const Case& each : cases) {
+        devhost::InstancesChange change = devhost::ChangeInstances(each.removals, each.additions);
+        EXPECT_FALSE(change.done);
+        EXPECT_EQ(change.failure, each.failure);
+        EXPECT_TRUE(change.added.empty());
+    }
+    EXPECT_FALSE(devhost::FindInstanceAt("a/n"));
+    EXPECT_TRUE(devhost::FindInstanceAt("a/p1"));
+    EXPECT_TRUE(devhost::FindInstanceAt("a/sub/q1"));
+    unsigned count = 0;
+    qxk::World::GetWorld()->tree->GetNumInstances(count);
+    EXPECT_EQ(count, 7u);
+    owner.Sync();
+    EXPECT_TRUE(gui.Names().empty()) << "a change undone is never told";
 }
 
 TEST_F(TreeModel, AReadProxyBringsItsBranchIntoTheTree) {
