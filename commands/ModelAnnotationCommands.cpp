@@ -81,33 +81,34 @@ bool CollectMarkups(const qxk::ShapeScene& scene, const du::SmartPtr<qxk::Instan
 
 }  // namespace
 
-void WebApiModuleImpl::ShowModelAnnoations(const du::Symbol& idPath, const du::Symbol& id) {
+namespace {
+
+// The annotation that Show and Hide act on. Both trace the same words when
+// there is no tree: hiding has none of its own, and clients know this one.
+bool ResolveAnnotation(WebApiModuleImpl& module, const du::Symbol& idPath, const du::Symbol& id,
+                       du::SmartPtr<qxk::ShapeInstance>& shapeInstance, du::SmartPtr<qxg::Markup>& markup) {
     const du::SmartPtr<qxk::World> world = ApplicationWorld();
-    if (!world) return;
+    if (!world) return false;
     const du::SmartPtr<qxk::Tree> tree = world->tree;
     if (!tree) {
         ModuleTracer()(dp::TT_Error) << "ShowModelAnnoations - No tree\n";
-        return;
+        return false;
     }
+    return ResolveMarkup(*tree, module.GetActiveShapeScene(), idPath, id, shapeInstance, markup);
+}
+
+}  // namespace
+
+void WebApiModuleImpl::ShowModelAnnoations(const du::Symbol& idPath, const du::Symbol& id) {
     du::SmartPtr<qxk::ShapeInstance> shapeInstance;
     du::SmartPtr<qxg::Markup> markup;
-    if (ResolveMarkup(*tree, GetActiveShapeScene(), idPath, id, shapeInstance, markup))
-        shapeInstance->ShowMarkup(markup, nullptr);
+    if (ResolveAnnotation(*this, idPath, id, shapeInstance, markup)) shapeInstance->ShowMarkup(markup, nullptr);
 }
 
 void WebApiModuleImpl::HideModelAnnoations(const du::Symbol& idPath, const du::Symbol& id) {
-    const du::SmartPtr<qxk::World> world = ApplicationWorld();
-    if (!world) return;
-    const du::SmartPtr<qxk::Tree> tree = world->tree;
-    if (!tree) {
-        // Hiding has no words of its own: clients know this one.
-        ModuleTracer()(dp::TT_Error) << "ShowModelAnnoations - No tree\n";
-        return;
-    }
     du::SmartPtr<qxk::ShapeInstance> shapeInstance;
     du::SmartPtr<qxg::Markup> markup;
-    if (ResolveMarkup(*tree, GetActiveShapeScene(), idPath, id, shapeInstance, markup))
-        shapeInstance->HideMarkup(markup, nullptr);
+    if (ResolveAnnotation(*this, idPath, id, shapeInstance, markup)) shapeInstance->HideMarkup(markup, nullptr);
 }
 
 namespace {
