@@ -3,11 +3,11 @@
 // end out of order, and labels.
 #include <gtest/gtest.h>
 
+#include "HostCalls.h"
 #include "PluginSession.h"
-#include "TestWorlds.h"
+#include "WorldFile.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/content/WorldContent.h"
-#include "devhost/samples/SampleWorlds.h"
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/WorldControl.h"
 #include "qxk/Scene.h"
@@ -28,22 +28,13 @@ du::SmartPtr<qxk::Scene> ActiveScene() {
     return scene;
 }
 
-class AnnotationSetCommand : public ::testing::Test {
-protected:
-    cmdtest::CleanProcess clean;
-};
+using AnnotationSetCommand = support::PluginTest;
 
-class SampleAnnotationSets : public AnnotationSetCommand {
+class SampleAnnotationSets : public support::PluginTest {
 protected:
-    void SetUp() override {
-        devhost::LoadDefaultSampleWorld();
-        session.reset(new cmdtest::PluginSession);
-    }
-    void TearDown() override { session.reset(); }
+    void SetUp() override { Start(""); }
 
     std::vector<bool> Applied() { return devhost::CurrentContent()->GetPlugin()->AnnotationsApplied(); }
-
-    std::unique_ptr<cmdtest::PluginSession> session;
 };
 
 TEST_F(SampleAnnotationSets, SetsAreCountedAndNamedInTableOrderAndAnIndexAtTheCountHasNoName) {
@@ -157,14 +148,14 @@ TEST_F(SampleAnnotationSets, LabelsCarryTheirThreeCoordinatesInOrderAndOneTextRo
 }
 
 TEST_F(AnnotationSetCommand, AppliesHeldByTheHostCanEndOutOfOrderAndTheSceneWaitsForThem) {
-    cmdtest::WorldFile world(ctest::SmallWorld(R"(, "annotationSets": [
+    support::WorldFile world(ctest::SmallWorld(R"(, "annotationSets": [
         { "name": "Steps", "propName": "illustration", "held": true, "shapes": [ "car/body" ] },
         { "name": "Marks", "propName": "model", "held": true,
           "shapes": [ { "instance": "car/wheel_left", "visible": false } ] } ])"));
-    cmdtest::PluginSession session;
-    session.Module().LoadAnnotationSet("Steps");
-    session.Module().LoadAnnotationSet("Marks");
-    session.Settle();
+    Start();
+    session->Module().LoadAnnotationSet("Steps");
+    session->Module().LoadAnnotationSet("Marks");
+    session->Settle();
     const auto content = devhost::CurrentContent();
     ASSERT_EQ(2u, content->AppliedSets().size());
     EXPECT_EQ(-1, content->AppliedSets()[0].status);
@@ -172,7 +163,7 @@ TEST_F(AnnotationSetCommand, AppliesHeldByTheHostCanEndOutOfOrderAndTheSceneWait
     EXPECT_TRUE(content->GetPlugin()->AnnotationsApplied().empty());
 
     ASSERT_TRUE(content->ReleaseApply(1, 0));
-    session.Settle();
+    session->Settle();
     EXPECT_TRUE(devhost::ShapeOf("Steps", "car/wheel_left").present);
     EXPECT_FALSE(devhost::ShapeOf("Steps", "car/wheel_left").visible);
     EXPECT_FALSE(devhost::ShapeOf("Steps", "car/body").present);
@@ -180,23 +171,18 @@ TEST_F(AnnotationSetCommand, AppliesHeldByTheHostCanEndOutOfOrderAndTheSceneWait
 
     ASSERT_TRUE(content->ReleaseApply(0, 2));
     EXPECT_FALSE(content->ReleaseApply(0, 0));
-    session.Settle();
+    session->Settle();
     EXPECT_FALSE(devhost::ShapeOf("Steps", "car/body").present);
     EXPECT_EQ((std::vector<bool>{true, false}), content->GetPlugin()->AnnotationsApplied());
     EXPECT_EQ(2, content->AppliedSets()[0].status);
 }
 
-}  // namespace
-
-namespace {
-
 TEST_F(AnnotationSetCommand, AnApplyStillHeldWhenThePluginGoesNeverReachesItsUnloadedCode) {
-    cmdtest::WorldFile world(ctest::SmallWorld(R"(, "annotationSets": [ { "name": "Marks", "held": true } ])"));
-    {
-        cmdtest::PluginSession session;
-        session.Module().LoadAnnotationSet("Marks");
-        session.Settle();
-    }
+    support::WorldFile world(ctest::SmallWorld(R"(, "annotationSets": [ { "name": "Marks", "held": true } ])"));
+    Start();
+    session->Module().LoadAnnotationSet("Marks");
+    session->Settle();
+    session->End();
     EXPECT_TRUE(devhost::CurrentContent()->ReleaseApply(0, 0));
     devhost::DrainHostWorker();
     EXPECT_EQ(0, devhost::CurrentContent()->AppliedSets()[0].status);

@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "ViewerSession.h"
+#include "HostCalls.h"
+#include "PluginSession.h"
 #include "devhost/world/ProgressDisplays.h"
-#include "devhost/world/Settle.h"
 #include "devhost/world/WorldControl.h"
 #include "qxk/ShapeScene.h"
 #include "qxk/WorkflowManager.h"
 #include "qxk/WorkflowManagerObserver.h"
 
-namespace vtest {
+namespace cmdtest {
 namespace {
 
 using Calls = std::vector<std::string>;
@@ -29,22 +29,17 @@ public:
     std::vector<std::size_t> displaysAtFlight;
 };
 
-class Loader : public ::testing::Test {
+class Loader : public support::SampleWorldTest {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(session.Started());
-        devhost::ClearProgressDisplays();
-    }
-
     // The host's reports to the progress events come on the module's thread
     // after the call; each request waits for them.
     void Load(const char* text) {
-        session.module->LoadInstances(du::Symbol(text));
-        devhost::Settle({du::DynamicCast<dom::ManagedObject>(session.module)});
+        session->Module().LoadInstances(du::Symbol(text));
+        session->Settle();
     }
     void Unload(const char* text) {
-        session.module->UnloadInstances(du::Symbol(text));
-        devhost::Settle({du::DynamicCast<dom::ManagedObject>(session.module)});
+        session->Module().UnloadInstances(du::Symbol(text));
+        session->Settle();
     }
 
     // The idpaths that AddShapeInstance was called for in a scene, with the
@@ -59,8 +54,6 @@ protected:
     static unsigned int Groups(const char* scene) {
         return devhost::UpdateGroupsOf(*devhost::FindSceneNamed(scene)).ended;
     }
-
-    ViewerSession session;
 };
 
 // Loading shows what has a shape instance and still adds a shape instance
@@ -85,9 +78,9 @@ TEST_F(Loader, LoadShowsAndAddsEveryInstanceNamed) {
 // The first content of an empty scene: the view flies to all, with the
 // fly-to data of a first load, after the progress display has started.
 TEST_F(Loader, LoadIntoAnEmptySceneFliesToAllAfterTheProgressStarted) {
-    session.Activate("Detail view");
+    ASSERT_TRUE(devhost::ActivateView("Detail view"));
     du::SmartPtr<qxk::WorkflowManager> workflows;
-    View("Detail view")->GetWorkflowManager(workflows);
+    devhost::FindViewNamed("Detail view")->GetWorkflowManager(workflows);
     const du::SmartPtr<FlyWatcher> watcher(new FlyWatcher);
     workflows->AddWorkflowObserver(watcher);
     Load(R"(["drone/propulsion/motor_1"])");
@@ -127,7 +120,7 @@ TEST_F(Loader, TextsThatAreNoRequestAreIgnored) {
 // end" closes nothing. The end applies them all, counting the scene's shape
 // instances then.
 TEST_F(Loader, GroupAppliesAtItsEndOnly) {
-    session.Activate("Detail view");
+    ASSERT_TRUE(devhost::ActivateView("Detail view"));
     Load("update begin");
     Load(R"(["drone/frame/arm_1"])");
     Unload(R"(["drone/frame/arm_2"] update end)");
@@ -188,7 +181,7 @@ TEST_F(Loader, SingleListsStayCollectedForBothMethods) {
 
 // Unloading hides and removes nothing, adds nothing and never flies.
 TEST_F(Loader, UnloadOnlyHides) {
-    session.Activate("Detail view");
+    ASSERT_TRUE(devhost::ActivateView("Detail view"));
     ASSERT_TRUE(devhost::ShowInstance("Detail", "drone/frame/arm_1", true));
     Unload(R"(["drone/frame/arm_1","drone/frame/arm_2"])");
     EXPECT_FALSE(Visible("Detail", "drone/frame/arm_1"));
@@ -202,12 +195,12 @@ TEST_F(Loader, UnloadOnlyHides) {
 // Without an active shape scene a list is still collected, and a later
 // request applies it to the scene active then.
 TEST_F(Loader, ListWithoutActiveShapeSceneWaitsInTheCollection) {
-    session.Activate("Manual");
+    ASSERT_TRUE(devhost::ActivateView("Manual"));
     Load(R"(["drone/frame/arm_1"])");
-    session.Activate("");
+    ASSERT_TRUE(devhost::ActivateView(""));
     Load(R"(["drone/frame/arm_2"])");
     EXPECT_TRUE(devhost::ProgressDisplays().empty());
-    session.Activate("Detail view");
+    ASSERT_TRUE(devhost::ActivateView("Detail view"));
     Load("update end");
     EXPECT_EQ(AddedIn("Detail"), (Calls{"drone/frame/arm_1:2", "drone/frame/arm_2:2"}));
     EXPECT_EQ(AddedIn("Model"), Calls{});
@@ -215,4 +208,4 @@ TEST_F(Loader, ListWithoutActiveShapeSceneWaitsInTheCollection) {
 }
 
 }  // namespace
-}  // namespace vtest
+}  // namespace cmdtest

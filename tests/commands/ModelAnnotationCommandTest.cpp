@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "HostCalls.h"
 #include "PluginSession.h"
-#include "TestWorlds.h"
+#include "WorldFile.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/world/WorldControl.h"
 #include "qxk/Instance.h"
@@ -19,10 +20,9 @@
 
 namespace {
 
-class ModelAnnotationCommand : public ::testing::Test {
+class ModelAnnotationCommand : public support::PluginTest {
 protected:
-    void SetUp() override { session.reset(new cmdtest::PluginSession); }
-    void TearDown() override { session.reset(); }
+    void SetUp() override { Start(); }
 
     static du::SmartPtr<qxk::ShapeInstance> ShapeInstanceOf(const char* idPath) {
         auto scene = du::DynamicCast<qxk::ShapeScene>(devhost::FindSceneNamed("Model"));
@@ -39,9 +39,7 @@ protected:
         return out.str();
     }
 
-    cmdtest::CleanProcess clean;
-    cmdtest::WorldFile world{ctest::SmallWorld("")};
-    std::unique_ptr<cmdtest::PluginSession> session;
+    support::WorldFile world{ctest::SmallWorld("")};
 };
 
 TEST_F(ModelAnnotationCommand, ASharedShapeListsItsMarkupsOnceForEachInstanceInOneCompactDocument) {

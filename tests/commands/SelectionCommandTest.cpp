@@ -2,26 +2,22 @@
 // byte for byte, and the cases that give a null Symbol.
 #include <gtest/gtest.h>
 
+#include "HostCalls.h"
 #include "PluginSession.h"
-#include "TestWorlds.h"
+#include "WorldFile.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/platform/Faults.h"
-#include "devhost/samples/SampleWorlds.h"
 #include "devhost/world/WorldControl.h"
 #include "qxkapp/QxkApp.h"
 #include "qxkapp/SceneManager.h"
 
 namespace {
 
-class SelectionCommand : public ::testing::Test {
-protected:
-    cmdtest::CleanProcess clean;
-};
+using SelectionCommand = support::PluginTest;
 
 TEST_F(SelectionCommand, SampleWorldSelectionIsWrittenAsItStandsWithItsQuotesUnescaped) {
-    devhost::LoadDefaultSampleWorld();
-    cmdtest::PluginSession session;
-    const du::Symbol document = session.Module().GetCurrentSelection();
+    Start("");
+    const du::Symbol document = session->Module().GetCurrentSelection();
 
     const std::string expected =
         "{\n\"selectionList\": \n{\n\"selections\":\n[\n"
@@ -42,13 +38,13 @@ TEST_F(SelectionCommand, SampleWorldSelectionIsWrittenAsItStandsWithItsQuotesUne
 }
 
 TEST_F(SelectionCommand, AnItemWithoutFieldsClosesAListItNeverOpenedAndNullRepresentationsTakeNoPlace) {
-    cmdtest::WorldFile world(ctest::SmallWorld(R"(, "selection": [ { "scene": "Model", "items": [
+    support::WorldFile world(ctest::SmallWorld(R"(, "selection": [ { "scene": "Model", "items": [
         { "representation": false },
         { "contentType": "objectselectionitem", "fields": { "instance": "car/body", "pick_point": "1 2 3" },
           "failingFields": [ "pick_point" ] },
         { "representation": false },
         { "contentType": "groupselectionitem" } ] } ])"));
-    cmdtest::PluginSession session;
+    Start();
     EXPECT_EQ(
         "{\n\"selectionList\": \n{\n\"selections\":\n[\n"
         "{ \"contentType\":\"objectselectionitem\",\n\"fieldNames\":\n[\n"
@@ -56,29 +52,28 @@ TEST_F(SelectionCommand, AnItemWithoutFieldsClosesAListItNeverOpenedAndNullRepre
         "{ \n\"key\": \"pick_point\", \"value\": \"\"}\n]\n}\n,\n"
         "{ \"contentType\":\"groupselectionitem\"]\n}\n"
         "]\n}\n}\n",
-        session.Module().GetCurrentSelection().str());
+        session->Module().GetCurrentSelection().str());
 }
 
 TEST_F(SelectionCommand, NothingToReportIsANullSymbolWithoutATrace) {
-    devhost::LoadDefaultSampleWorld();
-    cmdtest::PluginSession session;
+    Start("");
 
     // Only items without a representation.
     ASSERT_TRUE(devhost::SetSceneSelection("Model", 0, {devhost::SelectionItemDesc{false, {}, {}, {}}}));
-    EXPECT_TRUE(session.Module().GetCurrentSelection().IsNull());
+    EXPECT_TRUE(session->Module().GetCurrentSelection().IsNull());
     // Nothing selected.
     ASSERT_TRUE(devhost::SetSceneSelection("Model", 0, {}));
-    EXPECT_TRUE(session.Module().GetCurrentSelection().IsNull());
+    EXPECT_TRUE(session->Module().GetCurrentSelection().IsNull());
     // A selection that cannot be read.
     ASSERT_TRUE(devhost::SetSceneSelection("Model", 0, {devhost::SelectionItemDesc{true, "groupselectionitem", {}, {}}}));
     devhost::ArmFault("qxk::SelectionManager::GetSelectedItems", {devhost::FaultKind::Fail, ""});
-    EXPECT_TRUE(session.Module().GetCurrentSelection().IsNull());
+    EXPECT_TRUE(session->Module().GetCurrentSelection().IsNull());
     devhost::DisarmAllFaults();
     EXPECT_EQ("{\n\"selectionList\": \n{\n\"selections\":\n[\n{ \"contentType\":\"groupselectionitem\"]\n}\n]\n}\n}\n",
-              session.Module().GetCurrentSelection().str());
+              session->Module().GetCurrentSelection().str());
     // No active view.
     qxkapp::QxkApp::Get()->GetSceneManager()->SetActiveView(nullptr, false);
-    EXPECT_TRUE(session.Module().GetCurrentSelection().IsNull());
+    EXPECT_TRUE(session->Module().GetCurrentSelection().IsNull());
 
     EXPECT_EQ(1u, cmdtest::CommandTraces().size());
 }

@@ -5,14 +5,15 @@
 #include <string>
 #include <vector>
 
-#include "ViewerSession.h"
+#include "HostCalls.h"
+#include "PluginSession.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/content/WorldContent.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/world/WorldControl.h"
 #include "qxk/Scene.h"
 
-namespace vtest {
+namespace cmdtest {
 namespace {
 
 using Calls = std::vector<std::string>;
@@ -21,20 +22,16 @@ constexpr const char kSchematicProfiles[] = "{\"profiles\":[\"Default\",\"Power\
 constexpr const char kIllustrateProfiles[] =
     "{\"profiles\":[\"Default\",\"Service\",\"Marketing\"],\"current\":\"Default\"}";
 
-class ViewCommands : public ::testing::Test {
-protected:
-    ViewerSession session;
-};
+using ViewCommands = support::SampleWorldTest;
 
 // Each call is one message to "graphicalnav", whatever the kind of view;
 // the spellings on the wire are kept.
 TEST_F(ViewCommands, NavigationSendsOneMessageEach) {
-    ASSERT_TRUE(session.Started());
     for (const char* view : {"Main", "Wiring"}) {
-        session.Activate(view);
-        session.module->ToggleConnectionPath();
-        session.module->NavigateConnection();
-        session.module->ReverseNavigateConection();
+        ASSERT_TRUE(devhost::ActivateView(view));
+        session->Module().ToggleConnectionPath();
+        session->Module().NavigateConnection();
+        session->Module().ReverseNavigateConection();
         EXPECT_EQ(HostCalls(view), (Calls{"graphicalnav:direction:0:null", "graphicalnav:navigate_connection:0:null",
                                           "graphicalnav:reverse_direction:0:null"}))
             << view;
@@ -42,30 +39,28 @@ TEST_F(ViewCommands, NavigationSendsOneMessageEach) {
 }
 
 TEST_F(ViewCommands, NavigationWithoutViewOrWorkflowsSendsNothing) {
-    ASSERT_TRUE(session.Started());
-    session.Activate("");
-    session.module->NavigateConnection();
-    session.Activate("Main");
+    ASSERT_TRUE(devhost::ActivateView(""));
+    session->Module().NavigateConnection();
+    ASSERT_TRUE(devhost::ActivateView("Main"));
     devhost::ArmFault("qxk::View::GetWorkflowManager", {devhost::FaultKind::Fail, ""});
-    session.module->ToggleConnectionPath();
+    session->Module().ToggleConnectionPath();
     devhost::DisarmAllFaults();
     EXPECT_EQ(HostCalls("Main"), Calls{});
 }
 
 TEST_F(ViewCommands, ProfilesComeFromTheModuleThatServesTheView) {
-    ASSERT_TRUE(session.Started());
-    session.Activate("Schematic");
-    EXPECT_EQ(session.module->GetProfiles(), kSchematicProfiles);
-    session.module->SetProfile(du::Symbol("Power"));
-    session.module->ResetToDefaultProfile();
-    session.Activate("Service illustration");
-    EXPECT_EQ(session.module->GetProfiles(), kIllustrateProfiles);
-    session.module->SetProfile(du::Symbol("Service"));
+    ASSERT_TRUE(devhost::ActivateView("Schematic"));
+    EXPECT_EQ(session->Module().GetProfiles(), kSchematicProfiles);
+    session->Module().SetProfile(du::Symbol("Power"));
+    session->Module().ResetToDefaultProfile();
+    ASSERT_TRUE(devhost::ActivateView("Service illustration"));
+    EXPECT_EQ(session->Module().GetProfiles(), kIllustrateProfiles);
+    session->Module().SetProfile(du::Symbol("Service"));
     // Of 0x66 and 0x4b: the schematic module answers first.
-    session.Activate("Harness sheet");
-    EXPECT_EQ(session.module->GetProfiles(), kSchematicProfiles);
-    session.Activate("Board layout");
-    session.module->ResetToDefaultProfile();
+    ASSERT_TRUE(devhost::ActivateView("Harness sheet"));
+    EXPECT_EQ(session->Module().GetProfiles(), kSchematicProfiles);
+    ASSERT_TRUE(devhost::ActivateView("Board layout"));
+    session->Module().ResetToDefaultProfile();
     EXPECT_EQ(ModuleCalls(),
               (Calls{std::string("schematic.GetProfiles:Schematic:") + kSchematicProfiles,
                      "schematic.SetProfile:Schematic:Power", "schematic.ResetToDefaultProfile:Schematic",
@@ -78,22 +73,21 @@ TEST_F(ViewCommands, ProfilesComeFromTheModuleThatServesTheView) {
 // A view without profiles, no view, and a module that does not load all
 // look alike to the client: a null text and nothing called.
 TEST_F(ViewCommands, NoProfilesGiveANullText) {
-    ASSERT_TRUE(session.Started());
     for (const char* view : {"Main", "Exploded", "Web harness"}) {
-        session.Activate(view);
-        EXPECT_TRUE(session.module->GetProfiles().IsNull()) << view;
-        session.module->SetProfile(du::Symbol("Default"));
+        ASSERT_TRUE(devhost::ActivateView(view));
+        EXPECT_TRUE(session->Module().GetProfiles().IsNull()) << view;
+        session->Module().SetProfile(du::Symbol("Default"));
     }
-    session.Activate("");
-    EXPECT_TRUE(session.module->GetProfiles().IsNull());
-    session.module->ResetToDefaultProfile();
-    session.Activate("Schematic");
+    ASSERT_TRUE(devhost::ActivateView(""));
+    EXPECT_TRUE(session->Module().GetProfiles().IsNull());
+    session->Module().ResetToDefaultProfile();
+    ASSERT_TRUE(devhost::ActivateView("Schematic"));
     devhost::ArmFault("qxloader::Loader::LoadModule", {devhost::FaultKind::Fail, ""});
-    EXPECT_TRUE(session.module->GetProfiles().IsNull());
+    EXPECT_TRUE(session->Module().GetProfiles().IsNull());
     devhost::DisarmAllFaults();
     devhost::CurrentContent()->SetLoaderPresent(false);
-    EXPECT_TRUE(session.module->GetProfiles().IsNull());
-    session.module->SetProfile(du::Symbol("Power"));
+    EXPECT_TRUE(session->Module().GetProfiles().IsNull());
+    session->Module().SetProfile(du::Symbol("Power"));
     EXPECT_EQ(ModuleCalls(), Calls{});
 }
 
@@ -109,12 +103,11 @@ protected:
 
 // Switching on empties every selection, each time; no view leads.
 TEST_F(CrossSelection, OnClearsEverySceneEachTime) {
-    ASSERT_TRUE(session.Started());
     ASSERT_EQ(Selected("Model"), 4u);
-    session.module->SetCrossSelection(true);
+    session->Module().SetCrossSelection(true);
     EXPECT_EQ(Selected("Model"), 0u);
     devhost::SetSceneSelection("Model", 0, {devhost::SelectionItemDesc{}});
-    session.module->SetCrossSelection(true);
+    session->Module().SetCrossSelection(true);
     EXPECT_EQ(Selected("Model"), 0u);
     for (const char* scene : {"Model", "Documents", "Detail"}) EXPECT_EQ(Clears(scene), 2u) << scene;
     const devhost::CrossSelectionRecord record = devhost::CrossSelection();
@@ -125,11 +118,10 @@ TEST_F(CrossSelection, OnClearsEverySceneEachTime) {
 }
 
 TEST_F(CrossSelection, OffKeepsTheSelections) {
-    ASSERT_TRUE(session.Started());
-    session.module->SetCrossSelection(true);
+    session->Module().SetCrossSelection(true);
     devhost::SetSceneSelection("Model", 0, {devhost::SelectionItemDesc{}});
-    session.module->SetCrossSelection(false);
-    session.module->SetCrossSelection(false);
+    session->Module().SetCrossSelection(false);
+    session->Module().SetCrossSelection(false);
     EXPECT_EQ(Selected("Model"), 1u);
     EXPECT_EQ(Clears("Model"), 1u);
     const devhost::CrossSelectionRecord record = devhost::CrossSelection();
@@ -141,9 +133,8 @@ TEST_F(CrossSelection, OffKeepsTheSelections) {
 // A scene whose selection manager cannot be had is passed over; the scenes
 // after it are still cleared.
 TEST_F(CrossSelection, SceneWithoutSelectionManagerIsPassedOver) {
-    ASSERT_TRUE(session.Started());
     devhost::ArmFault("qxk::Scene::GetSelectionManager", {devhost::FaultKind::Fail, "", 1, 1});
-    session.module->SetCrossSelection(true);
+    session->Module().SetCrossSelection(true);
     devhost::DisarmAllFaults();
     EXPECT_EQ(Clears("Model"), 1u);
     EXPECT_EQ(Clears("Documents"), 0u);
@@ -151,10 +142,9 @@ TEST_F(CrossSelection, SceneWithoutSelectionManagerIsPassedOver) {
 }
 
 TEST_F(CrossSelection, WithoutSceneManagerNothingIsSwitched) {
-    ASSERT_TRUE(session.Started());
     devhost::ArmFault("qxkapp::QxkApp::GetSceneManager", {devhost::FaultKind::Fail, ""});
-    session.module->SetCrossSelection(true);
-    session.module->SetCrossSelection(false);
+    session->Module().SetCrossSelection(true);
+    session->Module().SetCrossSelection(false);
     devhost::DisarmAllFaults();
     const devhost::CrossSelectionRecord record = devhost::CrossSelection();
     EXPECT_EQ(record.enables + record.disables, 0u);
@@ -162,4 +152,4 @@ TEST_F(CrossSelection, WithoutSceneManagerNothingIsSwitched) {
 }
 
 }  // namespace
-}  // namespace vtest
+}  // namespace cmdtest

@@ -8,8 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "HostCalls.h"
 #include "PluginSession.h"
-#include "TestWorlds.h"
+#include "WorldFile.h"
 #include "devhost/content/WorldContent.h"
 #include "devhost/samples/SampleWorlds.h"
 
@@ -54,16 +55,12 @@ std::string SampleFolder() {
     return path.substr(0, path.rfind('/'));
 }
 
-class ViewablesCommand : public ::testing::Test {
-protected:
-    cmdtest::CleanProcess clean;
-};
+using ViewablesCommand = support::PluginTest;
 
 TEST_F(ViewablesCommand, SampleWorldSendsEveryViewableInIndexOrderWithItsThumbnailAfterFetchesArriveOutOfOrder) {
-    devhost::LoadDefaultSampleWorld();
-    cmdtest::PluginSession session;
-    session.Module().GetViewables(session.Viewables(), 7);
-    const std::vector<std::string> received = session.Received();
+    Start("");
+    session->Module().GetViewables(session->Viewables(), 7);
+    const std::vector<std::string> received = session->Received();
     ASSERT_EQ(8u, received.size());
 
     std::vector<std::string> pngs(received.size());
@@ -71,20 +68,20 @@ TEST_F(ViewablesCommand, SampleWorldSendsEveryViewableInIndexOrderWithItsThumbna
     for (std::size_t i = 0; i < received.size(); ++i) texts.push_back(WithoutPng(received[i], pngs[i]));
     EXPECT_EQ(
         (std::vector<std::string>{
-            "StartViewablesResult(7)",
-            "ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Assembly drawing\", \"idpath\": \"drone\", "
-            "\"viewableType\": \"drawing\", \"index\": \"0\"}}\n|7)",
-            "ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Exploded view\", \"idpath\": \"drone\", "
-            "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"1\"}}\n|7)",
-            "ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Battery swap\", \"idpath\": \"drone\", "
-            "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"2\"}}\n|7)",
-            "ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Propeller change\", \"idpath\": \"drone\", "
-            "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"3\"}}\n|7)",
-            "ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Parts list\", \"idpath\": \"drone\", "
-            "\"viewableType\": \"document\", \"index\": \"4\"}}\n|7)",
-            "ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Body drawing\", \"idpath\": \"drone/frame/body_bottom\", "
-            "\"viewableType\": \"drawing\", \"index\": \"5\"}}\n|7)",
-            "EndViewablesResult(7)"}),
+            "StartViewablesResult 7",
+            "ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Assembly drawing\", \"idpath\": \"drone\", "
+            "\"viewableType\": \"drawing\", \"index\": \"0\"}}\n|7",
+            "ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Exploded view\", \"idpath\": \"drone\", "
+            "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"1\"}}\n|7",
+            "ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Battery swap\", \"idpath\": \"drone\", "
+            "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"2\"}}\n|7",
+            "ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Propeller change\", \"idpath\": \"drone\", "
+            "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"3\"}}\n|7",
+            "ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Parts list\", \"idpath\": \"drone\", "
+            "\"viewableType\": \"document\", \"index\": \"4\"}}\n|7",
+            "ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Body drawing\", \"idpath\": \"drone/frame/body_bottom\", "
+            "\"viewableType\": \"drawing\", \"index\": \"5\"}}\n|7",
+            "EndViewablesResult 7"}),
         texts);
     const std::string folder = SampleFolder();
     EXPECT_EQ(FileBytes(folder + "/thumbnails/exploded.png"), pngs[2]);
@@ -113,28 +110,28 @@ TEST_F(ViewablesCommand, SampleWorldSendsEveryViewableInIndexOrderWithItsThumbna
 }
 
 TEST_F(ViewablesCommand, AFailedFetchCountsAsDoneAndItsViewableGoesWithoutThumbnail) {
-    devhost::LoadDefaultSampleWorld();
+    support::LoadWorld("");
     ASSERT_TRUE(devhost::CurrentContent()->UseViewableSet("failing"));
-    cmdtest::PluginSession session;
-    session.Module().GetViewables(session.Viewables(), -3);
-    const std::vector<std::string> received = session.Received();
+    Start();
+    session->Module().GetViewables(session->Viewables(), -3);
+    const std::vector<std::string> received = session->Received();
     ASSERT_EQ(4u, received.size());
     std::string png;
-    EXPECT_EQ("ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Exploded view\", \"idpath\": \"drone\", "
-              "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"0\"}}\n|-3)",
+    EXPECT_EQ("ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Exploded view\", \"idpath\": \"drone\", "
+              "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"0\"}}\n|-3",
               WithoutPng(received[1], png));
-    EXPECT_EQ("ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Wiring harness\", \"idpath\": \"drone\", "
-              "\"viewableType\": \"illustration3d\", \"index\": \"1\"}}\n|-3)",
+    EXPECT_EQ("ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Wiring harness\", \"idpath\": \"drone\", "
+              "\"viewableType\": \"illustration3d\", \"index\": \"1\"}}\n|-3",
               received[2]);
-    EXPECT_EQ("EndViewablesResult(-3)", received[3]);
+    EXPECT_EQ("EndViewablesResult -3", received[3]);
 }
 
 TEST_F(ViewablesCommand, AFigureThatIsNotFetchedWhileOthersAreLeavesTheRequestUnanswered) {
-    devhost::LoadDefaultSampleWorld();
+    support::LoadWorld("");
     ASSERT_TRUE(devhost::CurrentContent()->UseViewableSet("stalled"));
-    cmdtest::PluginSession session;
-    session.Module().GetViewables(session.Viewables(), 1);
-    EXPECT_TRUE(session.Received().empty());
+    Start();
+    session->Module().GetViewables(session->Viewables(), 1);
+    EXPECT_TRUE(session->Received().empty());
     // Of the four figures the one fetch that answers is counted off; the
     // thumbnail-less figure and the one without an anchor never are.
     EXPECT_EQ((std::vector<std::string>{"0|thumbnail: thumbnails/exploded.png",
@@ -144,69 +141,65 @@ TEST_F(ViewablesCommand, AFigureThatIsNotFetchedWhileOthersAreLeavesTheRequestUn
 
     // A later request overwrites the first, and is answered on its own.
     ASSERT_TRUE(devhost::CurrentContent()->UseViewableSet(""));
-    session.Module().GetViewables(session.Viewables(), 2);
-    const std::vector<std::string> received = session.Received();
+    session->Module().GetViewables(session->Viewables(), 2);
+    const std::vector<std::string> received = session->Received();
     ASSERT_EQ(8u, received.size());
-    EXPECT_EQ("StartViewablesResult(2)", received.front());
-    EXPECT_EQ("EndViewablesResult(2)", received.back());
+    EXPECT_EQ("StartViewablesResult 2", received.front());
+    EXPECT_EQ("EndViewablesResult 2", received.back());
 }
 
 TEST_F(ViewablesCommand, WithoutAnyFetchEveryViewableGoesAtOnceAndPackagesAreListedByTheirContents) {
-    cmdtest::WorldFile world(ctest::SmallWorld(R"(, "viewableSets": { "packaged": { "car/body": [
+    support::WorldFile world(ctest::SmallWorld(R"(, "viewableSets": { "packaged": { "car/body": [
         { "kind": "illustrate", "name": "Manual", "viewables": [
           { "kind": "plain", "name": "Page 1", "type": "page" },
           { "kind": "illustration3d", "name": "Figure \"A\"", "thumbnail": "../outside.png" } ] },
         { "kind": "illustration3d", "name": "Sketch" } ] } })"));
-    cmdtest::PluginSession session;
+    Start();
 
-    session.Module().GetViewables(session.Viewables(), -5);
-    EXPECT_EQ((std::vector<std::string>{"StartViewablesResult(-5)", "EndViewablesResult(-5)"}), session.Received());
+    session->Module().GetViewables(session->Viewables(), -5);
+    EXPECT_EQ((std::vector<std::string>{"StartViewablesResult -5", "EndViewablesResult -5"}), session->Received());
 
     ASSERT_TRUE(devhost::CurrentContent()->UseViewableSet("packaged"));
-    session.Module().GetViewables(session.Viewables(), 9);
-    const std::vector<std::string> received = session.Received();
+    session->Module().GetViewables(session->Viewables(), 9);
+    const std::vector<std::string> received = session->Received();
     EXPECT_EQ((std::vector<std::string>{
-                  "StartViewablesResult(-5)", "EndViewablesResult(-5)", "StartViewablesResult(9)",
-                  "ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Page 1\", \"idpath\": \"car/body\", "
-                  "\"viewableType\": \"page\", \"index\": \"0\"}}\n|9)",
-                  "ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Figure \"A\"\", \"idpath\": \"car/body\", "
-                  "\"viewableType\": \"illustration3d\", \"index\": \"1\"}}\n|9)",
-                  "ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Sketch\", \"idpath\": \"car/body\", "
-                  "\"viewableType\": \"illustration3d\", \"index\": \"2\"}}\n|9)",
-                  "EndViewablesResult(9)"}),
+                  "StartViewablesResult -5", "EndViewablesResult -5", "StartViewablesResult 9",
+                  "ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Page 1\", \"idpath\": \"car/body\", "
+                  "\"viewableType\": \"page\", \"index\": \"0\"}}\n|9",
+                  "ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Figure \"A\"\", \"idpath\": \"car/body\", "
+                  "\"viewableType\": \"illustration3d\", \"index\": \"1\"}}\n|9",
+                  "ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Sketch\", \"idpath\": \"car/body\", "
+                  "\"viewableType\": \"illustration3d\", \"index\": \"2\"}}\n|9",
+                  "EndViewablesResult 9"}),
               received);
     EXPECT_EQ(std::vector<std::string>{"3|*** Failed to get thumbnail url"}, cmdtest::CommandTraces());
 }
 
-}  // namespace
-
-namespace {
-
 TEST_F(ViewablesCommand, ALateFetchOfAnEarlierRequestCountsDownTheLatestAndFillsItsPlace) {
-    cmdtest::WorldFile world(ctest::SmallWorld(R"(,
+    support::WorldFile world(ctest::SmallWorld(R"(,
         "components": { "car/body": { "viewables": [
           { "kind": "illustration3d", "name": "Figure", "thumbnail": "figure.png" } ] } },
         "loader": { "fetches": { "figure.png": "held" } })"));
     std::ofstream(world.Folder() + "/figure.png", std::ios::binary) << "\x89PNG late";
-    cmdtest::PluginSession session;
-    session.Module().GetViewables(session.Viewables(), 1);
-    session.Module().GetViewables(session.Viewables(), 2);
-    session.Settle();
+    Start();
+    session->Module().GetViewables(session->Viewables(), 1);
+    session->Module().GetViewables(session->Viewables(), 2);
+    session->Settle();
     const auto loader = devhost::CurrentContent()->OwnLoader();
     ASSERT_EQ(2u, loader->Fetches().size());
 
     ASSERT_TRUE(loader->ReleaseFetch(0));
-    std::vector<std::string> received = session.Received();
+    std::vector<std::string> received = session->Received();
     ASSERT_EQ(3u, received.size());
     std::string png;
-    EXPECT_EQ("ViewablesResult({\n\n\"viewable\":\n{ \"name\": \"Figure\", \"idpath\": \"car/body\", "
-              "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"0\"}}\n|2)",
+    EXPECT_EQ("ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Figure\", \"idpath\": \"car/body\", "
+              "\"viewableType\": \"illustration3d\", \"pngb64\": \"PNG\", \"index\": \"0\"}}\n|2",
               WithoutPng(received[1], png));
     EXPECT_EQ("\x89PNG late", png);
 
     // The latest request's own fetch comes after it was answered.
     ASSERT_TRUE(loader->ReleaseFetch(1, false));
-    EXPECT_EQ(3u, session.Received().size());
+    EXPECT_EQ(3u, session->Received().size());
     EXPECT_EQ((std::vector<std::string>{"0|thumbnail: figure.png", "0|thumbnail: figure.png",
                                         "0|Number of outstanding figures: 0", "0|Number of outstanding figures: -1"}),
               cmdtest::CommandTraces());

@@ -6,22 +6,20 @@
 #include <string>
 #include <vector>
 
-#include "ViewerSession.h"
+#include "HostCalls.h"
+#include "PluginSession.h"
 #include "devhost/content/WorldContent.h"
 #include "devhost/platform/Faults.h"
+#include "devhost/world/WorldControl.h"
 
-namespace vtest {
+namespace cmdtest {
 namespace {
 
 using Calls = std::vector<std::string>;
 
-class Zoom : public ::testing::Test {
-protected:
-    ViewerSession session;
-};
+using Zoom = support::SampleWorldTest;
 
 TEST_F(Zoom, EachKindOfViewReachesItsHandler) {
-    ASSERT_TRUE(session.Started());
     struct Row {
         const char* view;
         Calls all;       // the view's calls after ZoomToAll(7)
@@ -62,11 +60,11 @@ TEST_F(Zoom, EachKindOfViewReachesItsHandler) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.view);
         ForgetModuleCalls();
-        session.Activate(row.view);
-        session.module->ZoomToAll(7);
+        ASSERT_TRUE(devhost::ActivateView(row.view));
+        session->Module().ZoomToAll(7);
         EXPECT_EQ(HostCalls(row.view), row.all);
         EXPECT_EQ(ModuleCalls(), Calls{});
-        session.module->ZoomToSelected(-3);
+        session->Module().ZoomToSelected(-3);
         EXPECT_EQ(HostCalls(row.view), row.selected);
         EXPECT_EQ(ModuleCalls(), row.modules);
     }
@@ -75,17 +73,15 @@ TEST_F(Zoom, EachKindOfViewReachesItsHandler) {
 // The view's workflows keep the fly-to data they were sent, also after the
 // module that sent it has gone; the world then goes without it.
 TEST_F(Zoom, FlyToDataOutlivesThePlugin) {
-    ASSERT_TRUE(session.Started());
-    session.module->ZoomToAll(0);
-    session.EndPlugin();
+    session->Module().ZoomToAll(0);
+    session->End();
     EXPECT_EQ(HostCalls("Main"), Calls{"shapeviewflyto:MsgFlyToAll:0:flyto(4,4)"});
 }
 
 TEST_F(Zoom, NoActiveViewNothingHappens) {
-    ASSERT_TRUE(session.Started());
-    session.Activate("");
-    session.module->ZoomToAll(1);
-    session.module->ZoomToSelected(1);
+    ASSERT_TRUE(devhost::ActivateView(""));
+    session->Module().ZoomToAll(1);
+    session->Module().ZoomToSelected(1);
     for (const char* view : {"Main", "Manual", "Wiring", "Exploded"}) EXPECT_EQ(HostCalls(view), Calls{}) << view;
     EXPECT_EQ(ModuleCalls(), Calls{});
 }
@@ -93,13 +89,12 @@ TEST_F(Zoom, NoActiveViewNothingHappens) {
 // The electronic design module is optional: where the loader cannot load
 // it, or there is no loader, selected does nothing.
 TEST_F(Zoom, WithoutTheEcadModuleSelectedDoesNothing) {
-    ASSERT_TRUE(session.Started());
-    session.Activate("Wiring");
+    ASSERT_TRUE(devhost::ActivateView("Wiring"));
     devhost::ArmFault("qxloader::Loader::LoadModule", {devhost::FaultKind::Fail, ""});
-    session.module->ZoomToSelected(2);
+    session->Module().ZoomToSelected(2);
     devhost::DisarmAllFaults();
     devhost::CurrentContent()->SetLoaderPresent(false);
-    session.module->ZoomToSelected(2);
+    session->Module().ZoomToSelected(2);
     EXPECT_EQ(HostCalls("Wiring"), Calls{});
     EXPECT_EQ(ModuleCalls(), Calls{});
 }
@@ -107,25 +102,23 @@ TEST_F(Zoom, WithoutTheEcadModuleSelectedDoesNothing) {
 // A web view whose module does not load has nothing to cast, so nothing is
 // called; the view is not asked instead.
 TEST_F(Zoom, WebViewWhoseModuleDoesNotLoadGetsNothing) {
-    ASSERT_TRUE(session.Started());
-    session.Activate("Schematic");
+    ASSERT_TRUE(devhost::ActivateView("Schematic"));
     devhost::ArmFault("qxloader::Loader::LoadModule", {devhost::FaultKind::Fail, ""});
-    session.module->ZoomToSelected(2);
+    session->Module().ZoomToSelected(2);
     EXPECT_EQ(HostCalls("Schematic"), Calls{});
     EXPECT_EQ(ModuleCalls(), Calls{});
 }
 
 TEST_F(Zoom, ViewWithoutWorkflowManagerGetsNoWorkflowMessage) {
-    ASSERT_TRUE(session.Started());
     for (const char* view : {"Main", "Board layout", "Cable routing"}) {
-        session.Activate(view);
+        ASSERT_TRUE(devhost::ActivateView(view));
         devhost::ArmFault("qxk::View::GetWorkflowManager", {devhost::FaultKind::Fail, ""});
-        session.module->ZoomToAll(0);
-        session.module->ZoomToSelected(0);
+        session->Module().ZoomToAll(0);
+        session->Module().ZoomToSelected(0);
         devhost::DisarmAllFaults();
         EXPECT_EQ(HostCalls(view), Calls{}) << view;
     }
 }
 
 }  // namespace
-}  // namespace vtest
+}  // namespace cmdtest

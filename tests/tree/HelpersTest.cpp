@@ -3,13 +3,18 @@
 
 #include <gtest/gtest.h>
 
-#include "TreeTestSupport.h"
+#include "CleanProcess.h"
 #include "basicnav/ShapeViewFlyToData.h"
 #include "devhost/platform/ActorTasks.h"
+#include "devhost/world/ProgressDisplays.h"
+#include "devhost/world/Settle.h"
+#include "devhost/world/WorldControl.h"
+#include "dom/ManagedObject.h"
 #include "qxk/ShapeScene.h"
 #include "tree/FlyToAll.h"
 #include "tree/MyShapedEnumerator.h"
 #include "tree/NodeAddressing.h"
+#include "tests/platform/TestActor.h"
 #include "tree/ProgressEvents.h"
 
 namespace {
@@ -30,6 +35,22 @@ const char* kWorld = R"({
   "activeView": "v",
   "messages": {"qxbase:qxkStrings": {"7000": "Loading the model"}}
 })";
+
+class OwnerObject : public dom::ManagedObject {};
+
+// A managed object on an actor of its own, standing for the module as the
+// owner of events.
+class OwnerActor {
+public:
+    OwnerActor() : object(new OwnerObject()), actor_(object, "tree-test-owner") { actor_.Start(); }
+    // Waits until the host worker and this actor are quiet.
+    void Settle() { devhost::Settle({object}); }
+
+    du::SmartPtr<dom::ManagedObject> object;
+
+private:
+    ptest::TestActor actor_;
+};
 
 du::SmartPtr<qxk::ShapeScene> Scene(const char* name) {
     return du::DynamicCast<qxk::ShapeScene>(devhost::FindSceneNamed(name));
@@ -58,9 +79,9 @@ TEST(NodeAddressing, TextBecomesAnIdByStreamExtraction) {
 }
 
 TEST(NodeAddressing, TheNearestPathIsTheDeepestExistingPrefix) {
-    ttest::CleanWorld clean;
+    support::CleanProcess clean;
     EXPECT_EQ(NearestInstancePath("a/b"), du::Symbol::EMPTY) << "no world";
-    ASSERT_TRUE(ttest::Load(kWorld));
+    ASSERT_TRUE(support::LoadWorld(kWorld));
     EXPECT_EQ(NearestInstancePath("a/b/c"), "a/b/c");
     EXPECT_EQ(NearestInstancePath("a/zz/yy"), "a");
     EXPECT_EQ(NearestInstancePath("a/px/inside"), "a/px") << "an unread branch is not in the tree";
@@ -77,8 +98,8 @@ TEST(NodeAddressing, TheNearestPathIsTheDeepestExistingPrefix) {
 }
 
 TEST(Branches, ABranchIsCollectedWithItsStart) {
-    ttest::CleanWorld clean;
-    ASSERT_TRUE(ttest::Load(kWorld));
+    support::CleanProcess clean;
+    ASSERT_TRUE(support::LoadWorld(kWorld));
     std::set<std::string> paths;
     for (const auto& instance : MyShapedEnumerator::CollectBranch(FindInstanceAtPath("a/b").get()))
         paths.insert(instance->GetIdPath().str());
@@ -88,8 +109,8 @@ TEST(Branches, ABranchIsCollectedWithItsStart) {
 }
 
 TEST(FlyToAll, AsksTheFirstViewToTakeInTheWholeScene) {
-    ttest::CleanWorld clean;
-    ASSERT_TRUE(ttest::Load(kWorld));
+    support::CleanProcess clean;
+    ASSERT_TRUE(support::LoadWorld(kWorld));
     FlyToAll(Scene("main"));
     FlyToAll(Scene("bare"));  // no view: nothing to fly
     FlyToAll(nullptr);
@@ -106,9 +127,9 @@ TEST(FlyToAll, AsksTheFirstViewToTakeInTheWholeScene) {
 }
 
 TEST(LoadProgress, ADisplayStartsWithTheHostsTextAndEndsWithTheViewer) {
-    ttest::CleanWorld clean;
-    ASSERT_TRUE(ttest::Load(kWorld));
-    ttest::OwnerActor owner;
+    support::CleanProcess clean;
+    ASSERT_TRUE(support::LoadWorld(kWorld));
+    OwnerActor owner;
     devhost::PostTask(owner.object, [&] {
         StartLoadProgress(Scene("main"), *owner.object);
         StartLoadProgress(Scene("bare"), *owner.object);  // no view: no display
@@ -126,9 +147,9 @@ TEST(LoadProgress, ADisplayStartsWithTheHostsTextAndEndsWithTheViewer) {
 }
 
 TEST(LoadProgress, ViewerReportsReachTheDisplayWhole) {
-    ttest::CleanWorld clean;
-    ASSERT_TRUE(ttest::Load(kWorld));
-    ttest::OwnerActor owner;
+    support::CleanProcess clean;
+    ASSERT_TRUE(support::LoadWorld(kWorld));
+    OwnerActor owner;
     devhost::PostTask(owner.object, [&] {
         StartLoadProgress(Scene("slow"), *owner.object);
         StartLoadProgress(Scene("slow"), *owner.object);  // a second display beside the first
@@ -153,9 +174,9 @@ TEST(LoadProgress, ViewerReportsReachTheDisplayWhole) {
 }
 
 TEST(LoadProgress, OnlyAShapeViewGetsTheLoadersDisplay) {
-    ttest::CleanWorld clean;
-    ASSERT_TRUE(ttest::Load(kWorld));
-    ttest::OwnerActor owner;
+    support::CleanProcess clean;
+    ASSERT_TRUE(support::LoadWorld(kWorld));
+    OwnerActor owner;
     devhost::PostTask(owner.object, [&] { StartShapeViewLoadProgress(Scene("slow"), *owner.object); });
     owner.Settle();
     const qxk::View& view = *devhost::FindViewNamed("w");
@@ -168,7 +189,8 @@ TEST(LoadProgress, OnlyAShapeViewGetsTheLoadersDisplay) {
 }
 
 TEST(LoadProgress, AForwarderWithNoDisplayIgnoresReports) {
-    ttest::OwnerActor owner;
+    support::CleanProcess clean;
+    OwnerActor owner;
     du::SmartPtr<ProgressEvent> forwarder(new ProgressEvent(nullptr));
     owner.object->ManageObject(forwarder);
     forwarder->Progress(50);

@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "TreeTestSupport.h"
+#include "CleanProcess.h"
+#include "devhost/world/WorldControl.h"
 #include "guitree/VisAndIconChanges.h"
 #include "publisher/GuiInterface.h"
 #include "qxk/Tree.h"
@@ -42,7 +43,7 @@ const char* kWorld = R"({"structure": [{"name": "a", "uid": 1, "children": [{"na
 class Publisher : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(ttest::Load(kWorld));
+        ASSERT_TRUE(support::LoadWorld(kWorld));
         scene = du::DynamicCast<qxk::ShapeScene>(devhost::FindSceneNamed("s"));
         watcherObserver = new RecordingObserver();
         watcher = std::make_unique<GuiTreeWatcher>(du::SmartPtr<dom::ManagedObject>(new Anchor()),
@@ -59,7 +60,7 @@ protected:
     void Create(const char* path) { gui->InstanceCreate(Find(path), nullptr, false); }
     void Remove(const char* path) { gui->InstanceRemove(Find(path), nullptr); }
 
-    ttest::CleanWorld clean;
+    support::CleanProcess clean;
     du::SmartPtr<qxk::ShapeScene> scene;
     du::SmartPtr<RecordingObserver> watcherObserver;
     std::unique_ptr<GuiTreeWatcher> watcher;

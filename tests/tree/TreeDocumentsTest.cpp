@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "TreeSession.h"
+#include "PluginSession.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/world/WorldControl.h"
 
@@ -36,13 +36,14 @@ std::size_t Entries(const std::string& document) {
 
 std::string Head(const std::string& document) { return document.substr(0, document.find('[')); }
 
-TEST(TreeDocuments, IdpathsAreEscapedAsRapidJsonDoesAndSolidiVerbatim) {
-    ttest::TreeSession session(R"({"structure": [{"name": "q\"b\\s\u0001t\t\u00e9", "uid": 42,
+using TreeDocuments = support::PluginTest;
+
+TEST_F(TreeDocuments, IdpathsAreEscapedAsRapidJsonDoesAndSolidiVerbatim) {
+    Start(R"({"structure": [{"name": "q\"b\\s\u0001t\t\u00e9", "uid": 42,
         "children": [{"name": "z", "uid": 43}]}],
         "scenes": [{"name": "s", "views": [{"name": "v", "kind": "shape"}]}], "activeView": "v"})");
-    session.Register();
-    session.Settle();
-    const auto documents = session.Documents();
+    session->RegisterTreeObserver();
+    const auto documents = session->Documents();
     ASSERT_EQ(documents.size(), 2u);
     EXPECT_EQ(documents[0],
               "{\"treeMapping\":[{\"id\":\"42\",\"idpath\":\"q\\\"b\\\\s\\u0001t\\t\xc3\xa9\"},"
@@ -50,59 +51,54 @@ TEST(TreeDocuments, IdpathsAreEscapedAsRapidJsonDoesAndSolidiVerbatim) {
     EXPECT_EQ(documents[1], R"({"treeUpdate":[{"id":"42","state":"2"},{"id":"43","state":"2"}]})");
 }
 
-TEST(TreeDocuments, VisibilityComesInChunksOf500WithTheirKeys) {
-    ttest::TreeSession session(WideWorld(500));  // 501 instances
-    session.Register();
-    session.Settle();
-    auto calls = session.Calls();
+TEST_F(TreeDocuments, VisibilityComesInChunksOf500WithTheirKeys) {
+    Start(WideWorld(500));  // 501 instances
+    session->RegisterTreeObserver();
+    auto calls = session->Received();
     ASSERT_EQ(calls.size(), 7u);
     EXPECT_EQ(calls[3], "OnTreeUpdateBegin");
-    EXPECT_EQ(Head(session.Documents()[1]), R"({"treeUpdate":)");
-    EXPECT_EQ(Entries(session.Documents()[1]), 500u);
-    EXPECT_EQ(session.Documents()[2], R"({"treeUpdate":[{"id":"599","state":"1","loaded":"true"}]})");
+    EXPECT_EQ(Head(session->Documents()[1]), R"({"treeUpdate":)");
+    EXPECT_EQ(Entries(session->Documents()[1]), 500u);
+    EXPECT_EQ(session->Documents()[2], R"({"treeUpdate":[{"id":"599","state":"1","loaded":"true"}]})");
     EXPECT_EQ(calls[6], "OnTreeUpdateEnd");
 
     // Another scene's states: full chunks go as "treeUpdateChanges", the
     // remainder as "treeUpdate". "loaded" still speaks of the watcher's own
     // scene, where every instance is shown.
-    session.Clear();
+    session->ForgetReceived();
     ASSERT_TRUE(devhost::ActivateView("rv"));
-    session.Settle();
-    calls = session.Calls();
+    calls = session->Received();
     ASSERT_EQ(calls.size(), 4u);
     EXPECT_EQ(calls[0], "OnTreeUpdateBegin");
-    EXPECT_EQ(Head(session.Documents()[0]), R"({"treeUpdateChanges":)");
-    EXPECT_EQ(Entries(session.Documents()[0]), 500u);
-    EXPECT_EQ(session.Documents()[0].substr(0, 64),
+    EXPECT_EQ(Head(session->Documents()[0]), R"({"treeUpdateChanges":)");
+    EXPECT_EQ(Entries(session->Documents()[0]), 500u);
+    EXPECT_EQ(session->Documents()[0].substr(0, 64),
               R"({"treeUpdateChanges":[{"id":"1","state":"2","loaded":"true"},{"i)");
-    EXPECT_EQ(session.Documents()[1], R"({"treeUpdate":[{"id":"599","state":"2","loaded":"true"}]})");
+    EXPECT_EQ(session->Documents()[1], R"({"treeUpdate":[{"id":"599","state":"2","loaded":"true"}]})");
     EXPECT_EQ(calls[3], "OnTreeUpdateEnd");
 }
 
-TEST(TreeDocuments, ExactlyFiveHundredMakeOneDocument) {
-    ttest::TreeSession session(WideWorld(499));  // 500 instances
-    session.Register();
-    session.Settle();
-    ASSERT_EQ(session.Documents().size(), 2u);
-    EXPECT_EQ(Entries(session.Documents()[1]), 500u);
-    session.Clear();
+TEST_F(TreeDocuments, ExactlyFiveHundredMakeOneDocument) {
+    Start(WideWorld(499));  // 500 instances
+    session->RegisterTreeObserver();
+    ASSERT_EQ(session->Documents().size(), 2u);
+    EXPECT_EQ(Entries(session->Documents()[1]), 500u);
+    session->ForgetReceived();
     ASSERT_TRUE(devhost::ActivateView("rv"));
-    session.Settle();
-    ASSERT_EQ(session.Documents().size(), 1u);
-    EXPECT_EQ(Head(session.Documents()[0]), R"({"treeUpdateChanges":)");
-    EXPECT_EQ(Entries(session.Documents()[0]), 500u);
+    ASSERT_EQ(session->Documents().size(), 1u);
+    EXPECT_EQ(Head(session->Documents()[0]), R"({"treeUpdateChanges":)");
+    EXPECT_EQ(Entries(session->Documents()[0]), 500u);
 }
 
-TEST(TreeDocuments, TheStateQueryIsHandBuiltAndCutInBatches) {
-    ttest::TreeSession session(WideWorld(600));
-    session.Register();
-    session.Settle();
-    session.Clear();
+TEST_F(TreeDocuments, TheStateQueryIsHandBuiltAndCutInBatches) {
+    Start(WideWorld(600));
+    session->RegisterTreeObserver();
+    session->Settle();
+    session->ForgetReceived();
     devhost::TraceLog::Clear();
 
-    session.Select(R"({"nodes":["105"],"depth":0})");
-    session.Settle();
-    EXPECT_EQ(session.Calls(), (std::vector<std::string>{"OnTreeUpdateBegin",
+    session->SelectTreeNodes(R"({"nodes":["105"],"depth":0})");
+    EXPECT_EQ(session->Received(), (std::vector<std::string>{"OnTreeUpdateBegin",
                                                          "OnTreeUpdate {\n\n\"treeUpdateChanges\":\n[\n"
                                                          "{\"id\": \"105\",\"state\": \"1\"}\n]\n\n}\n",
                                                          "OnTreeUpdateEnd"}));
@@ -112,11 +108,10 @@ TEST(TreeDocuments, TheStateQueryIsHandBuiltAndCutInBatches) {
     EXPECT_TRUE(traced);
 
     // Unquoted ids, any name for the depth, two ids in one document.
-    session.Clear();
-    session.Select(R"({"nodes":[105, 106],"whatever":7})");
-    session.Settle();
-    ASSERT_EQ(session.Documents().size(), 1u);
-    const std::string two = session.Documents()[0];
+    session->ForgetReceived();
+    session->SelectTreeNodes(R"({"nodes":[105, 106],"whatever":7})");
+    ASSERT_EQ(session->Documents().size(), 1u);
+    const std::string two = session->Documents()[0];
     EXPECT_TRUE(two == "{\n\n\"treeUpdateChanges\":\n[\n{\"id\": \"105\",\"state\": \"1\"},\n"
                        "{\"id\": \"106\",\"state\": \"1\"}\n]\n\n}\n" ||
                 two == "{\n\n\"treeUpdateChanges\":\n[\n{\"id\": \"106\",\"state\": \"1\"},\n"
@@ -124,95 +119,85 @@ TEST(TreeDocuments, TheStateQueryIsHandBuiltAndCutInBatches) {
         << two;
 
     // The root to the leaves: 601 instances in documents of 500 and 101.
-    session.Clear();
-    session.Select(R"({"nodes":["1"],"x":-1})");
-    session.Settle();
-    ASSERT_EQ(session.Documents().size(), 2u);
-    EXPECT_EQ(Entries(session.Documents()[0]), 500u);
-    EXPECT_EQ(session.Documents()[0].substr(session.Documents()[0].size() - 8), "\"}\n]\n\n}\n") << "no comma at a cut";
-    EXPECT_EQ(Entries(session.Documents()[1]), 101u);
+    session->ForgetReceived();
+    session->SelectTreeNodes(R"({"nodes":["1"],"x":-1})");
+    ASSERT_EQ(session->Documents().size(), 2u);
+    EXPECT_EQ(Entries(session->Documents()[0]), 500u);
+    EXPECT_EQ(session->Documents()[0].substr(session->Documents()[0].size() - 8), "\"}\n]\n\n}\n") << "no comma at a cut";
+    EXPECT_EQ(Entries(session->Documents()[1]), 101u);
 
     // Exactly 500 collected: one document.
     std::string ids;
     for (int i = 0; i < 500; ++i) ids += (i ? "," : "") + std::to_string(100 + i);
-    session.Clear();
-    session.Select(R"({"nodes":[)" + ids + R"(],"x":0})");
-    session.Settle();
-    ASSERT_EQ(session.Documents().size(), 1u);
-    EXPECT_EQ(Entries(session.Documents()[0]), 500u);
+    session->ForgetReceived();
+    session->SelectTreeNodes(R"({"nodes":[)" + ids + R"(],"x":0})");
+    ASSERT_EQ(session->Documents().size(), 1u);
+    EXPECT_EQ(Entries(session->Documents()[0]), 500u);
 
     // A depth below -1 collects nothing; the brackets are still sent.
-    session.Clear();
-    session.Select(R"({"nodes":["1"],"x":-2})");
-    session.Settle();
-    EXPECT_EQ(session.Calls(), (std::vector<std::string>{"OnTreeUpdateBegin", "OnTreeUpdateEnd"}));
+    session->ForgetReceived();
+    session->SelectTreeNodes(R"({"nodes":["1"],"x":-2})");
+    EXPECT_EQ(session->Received(), (std::vector<std::string>{"OnTreeUpdateBegin", "OnTreeUpdateEnd"}));
 
     // No depth after the last ":", or no known id: nothing at all.
-    session.Clear();
+    session->ForgetReceived();
     for (const char* request : {R"({"x":1,"nodes":["1"]})", R"({"nodes":["1"]})", R"({"nodes":["77777"],"x":1})",
                                 R"({"nodes":["1"],"primaryNode":"1","x":"a"})"})
-        session.Select(request);
-    session.Settle();
-    EXPECT_TRUE(session.Calls().empty());
+        session->SelectTreeNodes(request);
+    EXPECT_TRUE(session->Received().empty());
 
     // The last brackets count, not those of "nodes".
-    session.Select(R"({"nodes":["1"],"x":[105],"y":0})");
-    session.Settle();
-    ASSERT_EQ(session.Documents().size(), 1u);
-    EXPECT_EQ(session.Documents()[0], "{\n\n\"treeUpdateChanges\":\n[\n{\"id\": \"105\",\"state\": \"1\"}\n]\n\n}\n");
+    session->SelectTreeNodes(R"({"nodes":["1"],"x":[105],"y":0})");
+    ASSERT_EQ(session->Documents().size(), 1u);
+    EXPECT_EQ(session->Documents()[0], "{\n\n\"treeUpdateChanges\":\n[\n{\"id\": \"105\",\"state\": \"1\"}\n]\n\n}\n");
 }
 
-TEST(TreeDocuments, RemovalsAndClearsReachTheClient) {
-    ttest::TreeSession session(R"({"structure": [{"name": "a", "uid": 5, "children": [
+TEST_F(TreeDocuments, RemovalsAndClearsReachTheClient) {
+    Start(R"({"structure": [{"name": "a", "uid": 5, "children": [
         {"name": "b", "uid": 6, "children": [{"name": "c", "uid": 7}]}, {"name": "d", "uid": 8}]}],
         "scenes": [{"name": "s", "shapes": ["a", {"instance": "a/d", "visible": false}],
                     "views": [{"name": "v", "kind": "shape"}]}],
         "activeView": "v"})");
-    session.Register();
-    session.Settle();
-    EXPECT_EQ(session.Documents()[1],
+    session->RegisterTreeObserver();
+    EXPECT_EQ(session->Documents()[1],
               R"({"treeUpdate":[{"id":"5","state":"1","loaded":"true"},{"id":"6","state":"2"},)"
               R"({"id":"7","state":"2"},{"id":"8","state":"2","loaded":"false"}]})");
-    session.Clear();
+    session->ForgetReceived();
     ASSERT_TRUE(devhost::RemoveInstanceAt("a/b"));
-    session.Settle();
-    const auto calls = session.Calls();
+    const auto calls = session->Received();
     ASSERT_GE(calls.size(), 3u);
     EXPECT_EQ(calls[0], "OnTreeMappingBegin");
     EXPECT_EQ(calls[1], R"(OnTreeMapping {"treeRemove":[{"id":"6","idpath":"a/b"},{"id":"7","idpath":"a/b/c"}]})");
     EXPECT_EQ(calls[2], "OnTreeMappingEnd");
 
     // A removed id names nothing any more.
-    session.Clear();
-    session.Select(R"({"nodes":["6","5"],"x":0})");
-    session.Settle();
-    EXPECT_EQ(session.Documents(),
+    session->ForgetReceived();
+    session->SelectTreeNodes(R"({"nodes":["6","5"],"x":0})");
+    EXPECT_EQ(session->Documents(),
               std::vector<std::string>{"{\n\n\"treeUpdateChanges\":\n[\n{\"id\": \"5\",\"state\": \"1\"}\n]\n\n}\n"});
 
     // The world's tree goes: the client is told to clear its tree.
-    session.Clear();
+    session->ForgetReceived();
     devhost::UseWorldWithoutTree();
-    session.Settle();
-    EXPECT_EQ(session.Calls(), (std::vector<std::string>{"OnTreeUpdateBegin",
+    EXPECT_EQ(session->Received(), (std::vector<std::string>{"OnTreeUpdateBegin",
                                                          "OnTreeUpdate {\n\n\"clearTree\":\"true\"}\n",
                                                          "OnTreeUpdateEnd"}));
-    EXPECT_EQ(std::string("{\n\n\"clearTree\":\"true\"}\n").size(), 23u);
 
     // With no tree an unloaded path loads nothing.
-    session.Clear();
-    session.Select(R"({"unloadedPrimaryNode":"a/d"})");
-    session.Settle();
+    session->ForgetReceived();
+    session->SelectTreeNodes(R"({"unloadedPrimaryNode":"a/d"})");
+    session->Settle();
     EXPECT_FALSE(devhost::ShapeOf("s", "a/d").visible);
 }
 
-TEST(TreeDocuments, AnUnloadedPrimaryBesideALoadedOneIsIgnoredWithAWarning) {
-    ttest::TreeSession session(R"({"structure": [{"name": "a", "uid": 5}, {"name": "b", "uid": 6}],
+TEST_F(TreeDocuments, AnUnloadedPrimaryBesideALoadedOneIsIgnoredWithAWarning) {
+    Start(R"({"structure": [{"name": "a", "uid": 5}, {"name": "b", "uid": 6}],
         "scenes": [{"name": "s", "views": [{"name": "v", "kind": "shape"}]}], "activeView": "v"})");
-    session.Register();
-    session.Settle();
+    session->RegisterTreeObserver();
+    session->Settle();
     devhost::TraceLog::Clear();
-    session.Select(R"({"primaryNode":"5","unloadedPrimaryNode":"b"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"5","unloadedPrimaryNode":"b"})");
+    session->Settle();
     EXPECT_TRUE(devhost::ShapeOf("s", "a").visible);
     EXPECT_FALSE(devhost::ShapeOf("s", "b").present);
     bool warned = false;
@@ -224,12 +209,12 @@ TEST(TreeDocuments, AnUnloadedPrimaryBesideALoadedOneIsIgnoredWithAWarning) {
 
     // Bad text, a root that is not an object, and ids that do not convert do nothing.
     for (const char* request : {"{not json", "[1,2]", R"({"primaryNode":"x5"})", R"({"primaryNode":5})"})
-        session.Select(request);
-    session.Settle();
+        session->SelectTreeNodes(request);
+    session->Settle();
     EXPECT_FALSE(devhost::ShapeOf("s", "b").present);
     // An id with trailing letters names its digits; an empty unloaded path is a path.
-    session.Select(R"({"primaryNode":"","selectedNodes":["6abc"],"unloadedSelectedNodes":[""]})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"","selectedNodes":["6abc"],"unloadedSelectedNodes":[""]})");
+    session->Settle();
     EXPECT_TRUE(devhost::ShapeOf("s", "b").visible);
 }
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "TreeSession.h"
+#include "PluginSession.h"
 #include "devhost/world/Expansion.h"
 #include "devhost/world/ProgressDisplays.h"
 #include "devhost/world/Settle.h"
@@ -47,58 +47,53 @@ bool Has(const std::vector<std::string>& documents, const std::string& text) {
 
 devhost::ShapeRecord Shape(const char* path) { return devhost::ShapeOf("main", path); }
 
-TEST(TreeSession, ARegisteredClientReceivesTheWholeTreeAndItsStates) {
-    ttest::TreeSession session(kCar);
-    session.Register();
-    session.Settle();
-    EXPECT_EQ(session.Calls(),
+using TreeSession = support::PluginTest;
+
+TEST_F(TreeSession, ARegisteredClientReceivesTheWholeTreeAndItsStates) {
+    Start(kCar);
+    session->RegisterTreeObserver();
+    EXPECT_EQ(session->Received(),
               (std::vector<std::string>{"OnTreeMappingBegin", std::string("OnTreeMapping ") + kCarMapping,
                                         "OnTreeMappingEnd", "OnTreeUpdateBegin",
                                         std::string("OnTreeUpdate ") + kCarStates, "OnTreeUpdateEnd"}));
 
     // A second observer is dropped and the first hears nothing of it.
-    session.Clear();
-    session.Register();
-    session.Settle();
-    EXPECT_TRUE(session.Calls().empty());
+    session->ForgetReceived();
+    session->RegisterTreeObserver();
+    EXPECT_TRUE(session->Received().empty());
 
     // After any unregistration, changes reach nobody.
-    session.module->UnRegisterTreeObserver(nullptr);
+    session->Module().UnRegisterTreeObserver(nullptr);
     devhost::AddInstanceAt("car", "roof");
-    session.Select(R"({"primaryNode":"2"})");
-    session.Settle();
-    EXPECT_TRUE(session.Calls().empty());
+    session->SelectTreeNodes(R"({"primaryNode":"2"})");
+    EXPECT_TRUE(session->Received().empty());
     EXPECT_TRUE(Shape("car/body").visible) << "no watcher, no act";
-    session.module->UnRegisterTreeObserver(nullptr);  // nothing to end
+    session->Module().UnRegisterTreeObserver(nullptr);  // nothing to end
 }
 
-TEST(TreeSession, WithoutAShapeViewNothingRegistersUntilOneIsActive) {
-    ttest::TreeSession session(R"({"structure": [{"name": "a", "uid": 5}],
+TEST_F(TreeSession, WithoutAShapeViewNothingRegistersUntilOneIsActive) {
+    Start(R"({"structure": [{"name": "a", "uid": 5}],
         "scenes": [{"name": "s", "shapes": ["a"], "views": [{"name": "v", "kind": "shape"}]},
                    {"name": "p", "kind": "plain", "views": [{"name": "d", "kind": "drawing"}]}],
         "activeView": "d"})");
-    session.Register();
-    session.Settle();
-    EXPECT_TRUE(session.Calls().empty());
+    session->RegisterTreeObserver();
+    EXPECT_TRUE(session->Received().empty());
     ASSERT_TRUE(devhost::ActivateView(""));
-    session.Register();
-    session.Settle();
-    EXPECT_TRUE(session.Calls().empty());
+    session->RegisterTreeObserver();
+    EXPECT_TRUE(session->Received().empty());
     ASSERT_TRUE(devhost::ActivateView("v"));
-    session.Register();
-    session.Settle();
-    EXPECT_TRUE(Has(session.Documents(), R"({"treeMapping":[{"id":"5","idpath":"a"}]})"));
+    session->RegisterTreeObserver();
+    EXPECT_TRUE(Has(session->Documents(), R"({"treeMapping":[{"id":"5","idpath":"a"}]})"));
 }
 
-TEST(TreeSession, SelectingAProxyReadsItAndShowsItsBranch) {
-    ttest::TreeSession session(kCar);
-    session.Register();
-    session.Settle();
-    session.Clear();
+TEST_F(TreeSession, SelectingAProxyReadsItAndShowsItsBranch) {
+    Start(kCar);
+    session->RegisterTreeObserver();
+    session->Settle();
+    session->ForgetReceived();
     devhost::ClearProgressDisplays();
-    session.Select(R"({"primaryNode":"9"})");
-    session.Settle();
-    const auto documents = session.Documents();
+    session->SelectTreeNodes(R"({"primaryNode":"9"})");
+    const auto documents = session->Documents();
     EXPECT_TRUE(Has(documents, R"({"treeMapping":[{"id":"10","idpath":"car/trunk/spare"}]})"));
     EXPECT_TRUE(Has(documents, R"({"id":"9","state":"5","loaded":"true"})")) << "the branch is shown";
     EXPECT_TRUE(Has(documents, R"({"id":"10","state":"1","loaded":"true"})"));
@@ -108,159 +103,149 @@ TEST(TreeSession, SelectingAProxyReadsItAndShowsItsBranch) {
     EXPECT_TRUE(devhost::WorkflowMessages(*devhost::FindViewNamed("3d")).empty()) << "the scene was not empty";
 
     // The client can now name the new instance by its id.
-    session.Select(R"({"primaryNode":"10"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"10"})");
+    session->Settle();
     EXPECT_FALSE(Shape("car/trunk/spare").visible) << "state 1 hides";
     EXPECT_TRUE(Shape("car/trunk").visible);
 }
 
-TEST(TreeSession, TheRepeatRuleHidesASecondClickOnAPartlyShownBranch) {
-    ttest::TreeSession session(kCar);
-    session.Register();
-    session.Settle();
+TEST_F(TreeSession, TheRepeatRuleHidesASecondClickOnAPartlyShownBranch) {
+    Start(kCar);
+    session->RegisterTreeObserver();
+    session->Settle();
     // wheels is in state 4: the first click loads its branch.
-    session.Select(R"({"primaryNode":"3"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"3"})");
+    session->Settle();
     EXPECT_TRUE(Shape("car/wheels/w2").visible);
     EXPECT_TRUE(Shape("car/wheels").visible);
     // Forced back to state 3 twice: a load, then, repeated, a hide.
     ASSERT_TRUE(devhost::SetVisibilityOverride("car/wheels", 3));
-    session.Select(R"({"primaryNode":"3"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"3"})");
+    session->Settle();
     EXPECT_TRUE(Shape("car/wheels/w1").visible);
-    session.Select(R"({"primaryNode":"3"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"3"})");
+    session->Settle();
     EXPECT_FALSE(Shape("car/wheels/w1").visible);
     EXPECT_FALSE(Shape("car/wheels").visible);
     // The repeat path stores nothing new: a third click hides again.
     ASSERT_TRUE(devhost::ShowInstance("main", "car/wheels/w1", true));
-    session.Select(R"({"primaryNode":"3"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"3"})");
+    session->Settle();
     EXPECT_FALSE(Shape("car/wheels/w1").visible);
     EXPECT_EQ(devhost::ProgressDisplays().size(), 4u) << "every acting request starts a display";
 
     // State 5 twice hides both times; another primary in state 3 loads.
     ASSERT_TRUE(devhost::SetVisibilityOverride("car/wheels", 5));
     ASSERT_TRUE(devhost::ShowInstance("main", "car/wheels/w1", true));
-    session.Select(R"({"primaryNode":"3"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"3"})");
+    session->Settle();
     EXPECT_FALSE(Shape("car/wheels/w1").visible);
     ASSERT_TRUE(devhost::ShowInstance("main", "car/wheels/w1", true));
-    session.Select(R"({"primaryNode":"3"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"3"})");
+    session->Settle();
     EXPECT_FALSE(Shape("car/wheels/w1").visible);
     ASSERT_TRUE(devhost::SetVisibilityOverride("car/body", 3));
     ASSERT_TRUE(devhost::SetVisibilityOverride("car/wheels", 3));
-    session.Select(R"({"primaryNode":"2"})");
-    session.Select(R"({"primaryNode":"3"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"2"})");
+    session->SelectTreeNodes(R"({"primaryNode":"3"})");
+    session->Settle();
     EXPECT_TRUE(Shape("car/wheels/w1").visible) << "a different primary before: no repeat";
 }
 
-TEST(TreeSession, StatesOutsideTheTableDoNeitherYetAnEmptySceneFlies) {
-    ttest::TreeSession session(R"({"structure": [{"name": "a", "uid": 5, "children": [{"name": "b", "uid": 6}]}],
+TEST_F(TreeSession, StatesOutsideTheTableDoNeitherYetAnEmptySceneFlies) {
+    Start(R"({"structure": [{"name": "a", "uid": 5, "children": [{"name": "b", "uid": 6}]}],
         "scenes": [{"name": "main", "views": [{"name": "v", "kind": "shape"}]}], "activeView": "v"})");
-    session.Register();
-    session.Settle();
+    session->RegisterTreeObserver();
+    session->Settle();
     for (int state : {0, 9, 10}) {
         ASSERT_TRUE(devhost::SetVisibilityOverride("a", state));
-        session.Select(R"({"primaryNode":"5"})");
+        session->SelectTreeNodes(R"({"primaryNode":"5"})");
     }
-    session.Settle();
+    session->Settle();
     EXPECT_FALSE(devhost::ShapeOf("main", "a").present);
     EXPECT_TRUE(devhost::ProgressDisplays().empty());
     EXPECT_EQ(devhost::WorkflowMessages(*devhost::FindViewNamed("v")).size(), 3u);
 
     // A first load into the empty scene shows the branch and flies to all.
     ASSERT_TRUE(devhost::ClearVisibilityOverride("a"));
-    session.Select(R"({"primaryNode":"5"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"5"})");
+    session->Settle();
     EXPECT_TRUE(devhost::ShapeOf("main", "a/b").visible);
     const auto messages = devhost::WorkflowMessages(*devhost::FindViewNamed("v"));
     ASSERT_EQ(messages.size(), 4u);
     EXPECT_EQ(messages[3].message, "MsgFlyToAll");
-    session.Select(R"({"primaryNode":"6"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"6"})");
+    session->Settle();
     EXPECT_EQ(devhost::WorkflowMessages(*devhost::FindViewNamed("v")).size(), 4u);
 }
 
-TEST(TreeSession, UnloadedPathsLoadThroughChainsOfProxies) {
-    ttest::TreeSession session(R"({"structure": [{"name": "top", "uid": 1, "children": [
+TEST_F(TreeSession, UnloadedPathsLoadThroughChainsOfProxies) {
+    Start(R"({"structure": [{"name": "top", "uid": 1, "children": [
         {"name": "outer", "uid": 2, "proxy": {"children": [
           {"name": "inner", "uid": 3, "proxy": {"children": [{"name": "deep", "uid": 4}, {"name": "deep2", "uid": 5}]}}
         ]}},
         {"name": "bad", "uid": 6, "proxy": {"outcome": "fail", "children": [{"name": "lost", "uid": 7}]}}]}],
         "scenes": [{"name": "main", "shapes": ["top"], "views": [{"name": "v", "kind": "shape"}]}],
         "activeView": "v"})");
-    session.Register();
-    session.Settle();
+    session->RegisterTreeObserver();
+    session->Settle();
     // Two paths behind the same proxies, one path under no tree at all.
-    session.Select(R"({"unloadedSelectedNodes":["top/outer/inner/deep","top/outer/inner/deep2","nowhere/x"]})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"unloadedSelectedNodes":["top/outer/inner/deep","top/outer/inner/deep2","nowhere/x"]})");
+    session->Settle();
     EXPECT_TRUE(devhost::ShapeOf("main", "top/outer/inner/deep").visible);
     EXPECT_TRUE(devhost::ShapeOf("main", "top/outer/inner/deep2").visible);
     EXPECT_FALSE(devhost::ShapeOf("main", "top/outer").present) << "only the named nodes are shown";
 
     // A read that fails ends the chain; the next load of it is only traced.
-    session.Select(R"({"unloadedPrimaryNode":"top/bad/lost"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"unloadedPrimaryNode":"top/bad/lost"})");
+    session->Settle();
     EXPECT_FALSE(devhost::ShapeOf("main", "top/bad").present);
-    session.Select(R"({"unloadedPrimaryNode":"top/bad"})");
-    session.Settle();
+    session->SelectTreeNodes(R"({"unloadedPrimaryNode":"top/bad"})");
+    session->Settle();
     EXPECT_FALSE(devhost::ShapeOf("main", "top/bad").present);
 }
 
 // A read still pending when the client unregisters completes later into a
 // module that has no watcher: nothing is touched, nothing is shown.
-TEST(TreeSession, AReadPendingAtUnregistrationCompletesIntoNothing) {
-    ttest::TreeSession session(kCar);
-    session.Register();
-    session.Settle();
-    session.Select(R"({"primaryNode":"6"})");
-    session.Settle();
+TEST_F(TreeSession, AReadPendingAtUnregistrationCompletesIntoNothing) {
+    Start(kCar);
+    session->RegisterTreeObserver();
+    session->Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"6"})");
+    session->Settle();
     ASSERT_EQ(devhost::PendingExpansions(), std::vector<std::string>{"car/engine"});
-    session.module->UnRegisterTreeObserver(nullptr);
-    session.Settle();
+    session->Module().UnRegisterTreeObserver(nullptr);
+    session->Settle();
     EXPECT_EQ(devhost::ReleasePendingExpansions(), 1);
-    session.Settle();
+    session->Settle();
     EXPECT_FALSE(Shape("car/engine/piston").present);
     // A new registration starts afresh and works on.
-    session.Clear();
-    session.Register();
-    session.Settle();
-    EXPECT_TRUE(Has(session.Documents(), R"({"id":"7","idpath":"car/engine/piston"})"));
+    session->ForgetReceived();
+    session->RegisterTreeObserver();
+    EXPECT_TRUE(Has(session->Documents(), R"({"id":"7","idpath":"car/engine/piston"})"));
 }
 
 // The same after the module has ended and its library has gone.
-TEST(TreeSession, AReadPendingAtTerminationCompletesIntoNothing) {
-    ttest::TreeSession session(kCar);
-    session.Register();
-    session.Settle();
-    session.Select(R"({"primaryNode":"6"})");
-    session.Settle();
+TEST_F(TreeSession, AReadPendingAtTerminationCompletesIntoNothing) {
+    Start(kCar);
+    session->RegisterTreeObserver();
+    session->Settle();
+    session->SelectTreeNodes(R"({"primaryNode":"6"})");
+    session->Settle();
     ASSERT_EQ(devhost::PendingExpansions(), std::vector<std::string>{"car/engine"});
-    session.Terminate();
+    session->End();
     EXPECT_EQ(devhost::ReleasePendingExpansions(), 1);
     devhost::Settle({});
     EXPECT_FALSE(Shape("car/engine/piston").present);
 }
 
-}  // namespace
-
-namespace {
-
-TEST(TreeSession, ANullObserverRegistersNothing) {
-    ttest::TreeSession session(kCar);
-    session.module->RegisterTreeObserver(nullptr);
-    session.Settle();
-    session.Register();
-    session.Settle();
-    EXPECT_TRUE(Has(session.Documents(), kCarMapping)) << "the real observer still registers";
+TEST_F(TreeSession, ANullObserverRegistersNothing) {
+    Start(kCar);
+    session->Module().RegisterTreeObserver(nullptr);
+    session->Settle();
+    session->RegisterTreeObserver();
+    EXPECT_TRUE(Has(session->Documents(), kCarMapping)) << "the real observer still registers";
 }
-
-}  // namespace
-
-namespace {
 
 // The id the mapping gives an idpath, or "".
 std::string IdOf(const std::vector<std::string>& documents, const std::string& idPath) {
@@ -274,11 +259,10 @@ std::string IdOf(const std::vector<std::string>& documents, const std::string& i
     return "";
 }
 
-TEST(TreeSession, OnTheSampleWorldAProxysNodeExpandsAndItsInstancesArrive) {
-    ttest::TreeSession session("");
-    session.Register();
-    session.Settle();
-    auto documents = session.Documents();
+TEST_F(TreeSession, OnTheSampleWorldAProxysNodeExpandsAndItsInstancesArrive) {
+    Start("");
+    session->RegisterTreeObserver();
+    auto documents = session->Documents();
     ASSERT_GE(documents.size(), 2u);
     EXPECT_EQ(documents[0].rfind(R"({"treeMapping":[)", 0), 0u);
     for (const char* path : {"drone", "drone/frame/fasteners/bolt_4", "drone/propulsion/motor_3/rotor",
@@ -288,10 +272,9 @@ TEST(TreeSession, OnTheSampleWorldAProxysNodeExpandsAndItsInstancesArrive) {
     EXPECT_EQ(documents[1].rfind(R"({"treeUpdate":[)", 0), 0u);
 
     const std::string gimbal = IdOf(documents, "drone/camera_gimbal");
-    session.Clear();
-    session.Select(R"({"primaryNode":")" + gimbal + R"("})");
-    session.Settle();
-    documents = session.Documents();
+    session->ForgetReceived();
+    session->SelectTreeNodes(R"({"primaryNode":")" + gimbal + R"("})");
+    documents = session->Documents();
     for (const char* path : {"drone/camera_gimbal/mount", "drone/camera_gimbal/yaw_motor", "drone/camera_gimbal/camera"}) {
         const std::string id = IdOf(documents, path);
         ASSERT_NE(id, "") << path;
