@@ -33,6 +33,7 @@ void PluginSession::Record(const devhost::ReceivedCall& call) {
 
 void PluginSession::RegisterTreeObserver() {
     module_->RegisterTreeObserver(du::SmartPtr<webapi::TreeObserver>(treeObserver_));
+    Settle();
 }
 
 void PluginSession::SelectTreeNodes(const std::string& request) { module_->SelectTreeNodes(du::Symbol(request)); }

@@ -32,7 +32,8 @@ public:
     webapi::WebApiModule& Module() { return *module_; }
     const du::SmartPtr<devhost::ViewablesRequestReceiver>& Viewables() const { return viewables_; }
 
-    // Registers the client's tree observer with the module.
+    // Registers the client's tree observer with the module and waits for
+    // what the module sends it then.
     void RegisterTreeObserver();
     void SelectTreeNodes(const std::string& request);
 

@@ -11,10 +11,10 @@
 #include "devhost/world/WorldControl.h"
 #include "dom/ManagedObject.h"
 #include "qxk/ShapeScene.h"
+#include "tests/platform/TestActor.h"
 #include "tree/FlyToAll.h"
 #include "tree/MyShapedEnumerator.h"
 #include "tree/NodeAddressing.h"
-#include "tests/platform/TestActor.h"
 #include "tree/ProgressEvents.h"
 
 namespace {

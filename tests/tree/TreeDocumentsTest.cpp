@@ -93,7 +93,6 @@ TEST_F(TreeDocuments, ExactlyFiveHundredMakeOneDocument) {
 TEST_F(TreeDocuments, TheStateQueryIsHandBuiltAndCutInBatches) {
     Start(WideWorld(600));
     session->RegisterTreeObserver();
-    session->Settle();
     session->ForgetReceived();
     devhost::TraceLog::Clear();
 
@@ -194,7 +193,6 @@ TEST_F(TreeDocuments, AnUnloadedPrimaryBesideALoadedOneIsIgnoredWithAWarning) {
     Start(R"({"structure": [{"name": "a", "uid": 5}, {"name": "b", "uid": 6}],
         "scenes": [{"name": "s", "views": [{"name": "v", "kind": "shape"}]}], "activeView": "v"})");
     session->RegisterTreeObserver();
-    session->Settle();
     devhost::TraceLog::Clear();
     session->SelectTreeNodes(R"({"primaryNode":"5","unloadedPrimaryNode":"b"})");
     session->Settle();

@@ -89,7 +89,6 @@ TEST_F(TreeSession, WithoutAShapeViewNothingRegistersUntilOneIsActive) {
 TEST_F(TreeSession, SelectingAProxyReadsItAndShowsItsBranch) {
     Start(kCar);
     session->RegisterTreeObserver();
-    session->Settle();
     session->ForgetReceived();
     devhost::ClearProgressDisplays();
     session->SelectTreeNodes(R"({"primaryNode":"9"})");
@@ -112,7 +111,6 @@ TEST_F(TreeSession, SelectingAProxyReadsItAndShowsItsBranch) {
 TEST_F(TreeSession, TheRepeatRuleHidesASecondClickOnAPartlyShownBranch) {
     Start(kCar);
     session->RegisterTreeObserver();
-    session->Settle();
     // wheels is in state 4: the first click loads its branch.
     session->SelectTreeNodes(R"({"primaryNode":"3"})");
     session->Settle();
@@ -156,7 +154,6 @@ TEST_F(TreeSession, StatesOutsideTheTableDoNeitherYetAnEmptySceneFlies) {
     Start(R"({"structure": [{"name": "a", "uid": 5, "children": [{"name": "b", "uid": 6}]}],
         "scenes": [{"name": "main", "views": [{"name": "v", "kind": "shape"}]}], "activeView": "v"})");
     session->RegisterTreeObserver();
-    session->Settle();
     for (int state : {0, 9, 10}) {
         ASSERT_TRUE(devhost::SetVisibilityOverride("a", state));
         session->SelectTreeNodes(R"({"primaryNode":"5"})");
@@ -188,7 +185,6 @@ TEST_F(TreeSession, UnloadedPathsLoadThroughChainsOfProxies) {
         "scenes": [{"name": "main", "shapes": ["top"], "views": [{"name": "v", "kind": "shape"}]}],
         "activeView": "v"})");
     session->RegisterTreeObserver();
-    session->Settle();
     // Two paths behind the same proxies, one path under no tree at all.
     session->SelectTreeNodes(R"({"unloadedSelectedNodes":["top/outer/inner/deep","top/outer/inner/deep2","nowhere/x"]})");
     session->Settle();
@@ -210,7 +206,6 @@ TEST_F(TreeSession, UnloadedPathsLoadThroughChainsOfProxies) {
 TEST_F(TreeSession, AReadPendingAtUnregistrationCompletesIntoNothing) {
     Start(kCar);
     session->RegisterTreeObserver();
-    session->Settle();
     session->SelectTreeNodes(R"({"primaryNode":"6"})");
     session->Settle();
     ASSERT_EQ(devhost::PendingExpansions(), std::vector<std::string>{"car/engine"});
@@ -229,7 +224,6 @@ TEST_F(TreeSession, AReadPendingAtUnregistrationCompletesIntoNothing) {
 TEST_F(TreeSession, AReadPendingAtTerminationCompletesIntoNothing) {
     Start(kCar);
     session->RegisterTreeObserver();
-    session->Settle();
     session->SelectTreeNodes(R"({"primaryNode":"6"})");
     session->Settle();
     ASSERT_EQ(devhost::PendingExpansions(), std::vector<std::string>{"car/engine"});
