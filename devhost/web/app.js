@@ -13,7 +13,7 @@ const status = (text) => { $('#status').textContent = text; };
 
 const model = new TreeModel();
 const viewer = new Viewer($('#viewer'), $('#viewer-caption'));
-const page = { treeShownAt: null, startedAt: performance.now(), documents: 0, viewables: new Map() };
+const page = { treeShownAt: null, startedAt: performance.now(), documents: 0, changes: 0, viewables: new Map() };
 window.webapiPage = page;
 let session;
 
@@ -44,8 +44,10 @@ function onEvent(event) {
     case 'OnTreeMapping':
     case 'OnTreeUpdate': {
       page.documents++;
-      const shapeChanged = model.apply(parseDocument(text));
-      if (model.roots.length === 1 && !model.roots[0].expanded && model.roots[0].children.length) model.roots[0].expanded = true;
+      const parsed = parseDocument(text);
+      // Answers to the state query, for whoever waits for one.
+      if (parsed?.treeUpdateChanges) page.changes++;
+      const shapeChanged = model.apply(parsed);
       treeView.refresh(shapeChanged);
       $('#tree-count').textContent = `${model.size} nodes`;
       if (model.size && page.treeShownAt === null) {
