@@ -3,7 +3,7 @@
 // show what the development host did after each call.
 
 import { Session, host } from './api.js';
-import { parseDocument, parseViewable, hexColor } from './documents.js';
+import { parseDocument, parseTreeDocument, parseViewable, hexColor } from './documents.js';
 import { TreeModel } from './treeModel.js';
 import { TreeView } from './treeView.js';
 import { Viewer } from './viewer.js';
@@ -45,7 +45,7 @@ function onEvent(arrived, event) {
     case 'OnTreeMapping':
     case 'OnTreeUpdate': {
       page.documents++;
-      const parsed = parseDocument(text);
+      const parsed = parseTreeDocument(text);
       // Answers to the state query, for whoever waits for one.
       if (parsed?.treeUpdateChanges) page.changes++;
       const parsedAt = performance.now();

@@ -49,20 +49,23 @@ export class TreeModel {
   }
 
   clear() {
-    this.byId = new Map();
+    // Ids are decimal numbers, which an object indexes several times faster
+    // than a Map does.
+    this.byId = Object.create(null);
+    this.count = 0;
     this.byPath = null;
     this.roots = [];
     this.version = 0;
   }
 
   get size() {
-    return this.byId.size;
+    return this.count;
   }
 
   pathIndex() {
     if (!this.byPath) {
       this.byPath = new Map();
-      for (const node of this.byId.values()) this.byPath.set(node.idpath, node);
+      for (const node of Object.values(this.byId)) this.byPath.set(node.idpath, node);
     }
     return this.byPath;
   }
@@ -76,7 +79,7 @@ export class TreeModel {
     const updates = document.treeUpdate ?? document.treeUpdateChanges;
     if (updates) {
       for (const { id, state, loaded } of updates) {
-        const node = this.byId.get(id);
+        const node = this.byId[id];
         if (!node) continue;
         node.state = Number(state);
         if (loaded !== undefined) node.loaded = loaded === 'true';
@@ -97,9 +100,10 @@ export class TreeModel {
     // when first needed, is the fallback.
     let last = null;
     for (const { id, idpath } of entries) {
-      if (this.byId.has(id)) continue;
+      if (this.byId[id]) continue;
       const node = new TreeNode(id, idpath);
-      this.byId.set(id, node);
+      this.byId[id] = node;
+      this.count++;
       this.byPath?.set(idpath, node);
       const cut = idpath.lastIndexOf('/');
       let parent = null;
@@ -131,13 +135,14 @@ export class TreeModel {
 
   remove(entries) {
     for (const { id } of entries) {
-      const node = this.byId.get(id);
+      const node = this.byId[id];
       if (!node) continue;
       const siblings = node.parent ? node.parent.children : this.roots;
       const at = siblings.indexOf(node);
       if (at >= 0) siblings.splice(at, 1);
       const drop = (gone) => {
-        this.byId.delete(gone.id);
+        delete this.byId[gone.id];
+        this.count--;
         this.byPath?.delete(gone.idpath);
         gone.children.forEach(drop);
       };
