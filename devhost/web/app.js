@@ -268,6 +268,7 @@ async function start() {
   wirePanels();
   session = await Session.open(onEvent, (reason) => status(`session ended: ${reason}`));
   page.session = session.id;
+  page.registeredAt = performance.now();
   await session.call('RegisterTreeObserver', 'session');
   status(`session ${session.id}`);
   // The tree first: the host's state (a scene of every shape instance) is
