@@ -253,7 +253,7 @@ TEST_F(GatewayModule, AMappingOfMegabytesStreamsWholeAndAgainOnResume) {
     const std::string session = std::to_string(gateway.OpenSession());
     const std::string observer = R"("args":["session"],"session":)" + session + "}";
     ASSERT_EQ(gateway.Post("/api/call", R"({"method":"RegisterTreeObserver",)" + observer).status, 200);
-    EXPECT_EQ(gateway.Post("/host/settle", "{}").status, 200);
+    // The stream waits for the events, however slow the build.
     const auto events = gateway.ReadEvents(std::stoull(session), 3);
     ASSERT_EQ(events.size(), 3u);
     EXPECT_NE(events[0].find(R"("seq":1,)"), std::string::npos);
@@ -275,7 +275,6 @@ TEST_F(GatewayModule, AMappingOfMegabytesStreamsWholeAndAgainOnResume) {
     EXPECT_EQ(again[0], events[1]);
     EXPECT_EQ(again[1], events[2]);
     EXPECT_EQ(gateway.Post("/api/call", R"({"method":"UnRegisterTreeObserver",)" + observer).status, 200);
-    EXPECT_EQ(gateway.Post("/host/settle", "{}").status, 200);
     EXPECT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","path":""})").status, 200);
 }
 
