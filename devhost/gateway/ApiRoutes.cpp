@@ -250,6 +250,9 @@ void CloseSession(GatewayContext& context, const httplib::Request& request, http
     ReplyJson(response, 200, reply);
 }
 
+// Events up to this size are gathered into one write of the stream.
+constexpr std::size_t kGatherBytes = 1 << 20;
+
 // Server-Sent Events of one session, each with its number as its id, so
 // that a reader that reconnects (EventSource sends Last-Event-ID) or names
 // since=SEQ gets what it missed. The stream waits in short steps so that it
@@ -280,9 +283,20 @@ void Events(GatewayContext& context, const httplib::Request& request, httplib::R
                 sink.done();
                 return true;
             }
+            // Events are gathered into one write, except a large one, which
+            // is written as it is rather than copied.
             std::string text;
-            for (const auto& [seq, event] : batch.events)
-                text += "id: " + std::to_string(seq) + "\ndata: " + event + "\n\n";
+            for (const auto& [seq, event] : batch.events) {
+                text += "id: " + std::to_string(seq) + "\ndata: ";
+                if (event->size() < kGatherBytes) {
+                    text += *event;
+                } else if (!sink.write(text.data(), text.size()) || !sink.write(event->data(), event->size())) {
+                    return false;
+                } else {
+                    text.clear();
+                }
+                text += "\n\n";
+            }
             if (batch.ended) {
                 Document end(rapidjson::kObjectType);
                 end.AddMember("reason", Json(batch.reason.c_str(), end.GetAllocator()), end.GetAllocator());

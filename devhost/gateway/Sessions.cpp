@@ -19,7 +19,7 @@ struct Session::Events {
     std::condition_variable arrived;
     // Events by number, oldest first: those sent to a stream (kept so that a
     // stream that broke can be resumed) and, from next on, those waiting.
-    std::deque<std::pair<unsigned long long, std::string>> kept;
+    std::deque<std::pair<unsigned long long, std::shared_ptr<const std::string>>> kept;
     unsigned long long next = 1;     // the first event no stream has been sent
     unsigned long long numbered = 0;  // the last number given
     std::size_t bound = 0;
@@ -53,7 +53,7 @@ struct Session::Events {
         rapidjson::StringBuffer text;
         rapidjson::Writer<rapidjson::StringBuffer> writer(text);
         event.Accept(writer);
-        kept.emplace_back(numbered, std::string(text.GetString(), text.GetSize()));
+        kept.emplace_back(numbered, std::make_shared<const std::string>(text.GetString(), text.GetSize()));
         arrived.notify_all();
     }
 };

@@ -41,7 +41,9 @@ public:
     // sent to a stream that broke are kept (as many as the bound) so that a
     // reader can resume from the last one it got.
     struct Batch {
-        std::vector<std::pair<unsigned long long, std::string>> events;  // number and JSON text
+        // Number and JSON text; the texts are shared with the kept events, so
+        // a large tree document is not copied while the session is locked.
+        std::vector<std::pair<unsigned long long, std::shared_ptr<const std::string>>> events;
         bool ended = false;               // ended, and every event taken
         std::string reason;
         bool replaced = false;

@@ -1,5 +1,7 @@
 // The gateway's HTTP API (devhost/gateway/GATEWAY.md) as a client session.
 
+import { EventStream } from './eventStream.js';
+
 async function request(method, path, body) {
   const response = await fetch(path, {
     method,
@@ -20,13 +22,17 @@ export class Session {
 
   constructor(id, onEvent, onEnd) {
     this.id = id;
-    // EventSource reconnects by itself and sends the last id it got, so a
-    // broken connection loses nothing.
-    this.events = new EventSource(`/api/events?session=${id}`);
-    this.events.onmessage = (message) => onEvent(JSON.parse(message.data));
-    this.events.addEventListener('end', (message) => {
-      this.events.close();
-      onEnd(JSON.parse(message.data).reason);
+    // The stream resumes by itself after the last event it got, so a broken
+    // connection loses nothing. onEvent also learns when the event arrived,
+    // before its parsing.
+    this.events = new EventStream(`/api/events?session=${id}`, {
+      onMessage: (data) => onEvent(performance.now(), JSON.parse(data)),
+      onNamed: (name, data) => {
+        if (name !== 'end') return;
+        this.events.close();
+        onEnd(JSON.parse(data).reason);
+      },
+      onRefused: (status, text) => onEnd(`${status}: ${text}`),
     });
     addEventListener('pagehide', () => this.close());
   }
@@ -47,5 +53,5 @@ export const host = {
   state: (sections, maxShapes) => request('GET', `/host/state?sections=${sections.join(',')}${maxShapes ? `&maxShapes=${maxShapes}` : ''}`),
   control: (action, members = {}) => request('POST', '/host/control', { action, ...members }),
   settle: () => request('POST', '/host/settle', {}),
-  traces: (since) => request('GET', `/host/traces?since=${since}&limit=2000`),
+  traces: (since, limit) => request('GET', `/host/traces?since=${since}&limit=${limit}`),
 };

@@ -3,7 +3,7 @@
 // show what the development host did after each call.
 
 import { Session, host } from './api.js';
-import { parseDocument, parseViewable, hexColor } from './documents.js';
+import { parseDocument, parseTreeDocument, parseViewable, hexColor } from './documents.js';
 import { TreeModel } from './treeModel.js';
 import { TreeView } from './treeView.js';
 import { Viewer } from './viewer.js';
@@ -13,7 +13,8 @@ const status = (text) => { $('#status').textContent = text; };
 
 const model = new TreeModel();
 const viewer = new Viewer($('#viewer'), $('#viewer-caption'));
-const page = { treeShownAt: null, startedAt: performance.now(), documents: 0, viewables: new Map() };
+const page = { treeShownAt: null, startedAt: performance.now(), documents: 0, changes: 0, timings: null,
+               viewables: new Map() };
 window.webapiPage = page;
 let session;
 
@@ -38,17 +39,22 @@ function report(error) {
 
 // ---- callbacks -------------------------------------------------------------
 
-function onEvent(event) {
+function onEvent(arrived, event) {
   const [text, requestId] = event.args;
   switch (event.method) {
     case 'OnTreeMapping':
     case 'OnTreeUpdate': {
       page.documents++;
-      const shapeChanged = model.apply(parseDocument(text));
-      if (model.roots.length === 1 && !model.roots[0].expanded && model.roots[0].children.length) model.roots[0].expanded = true;
+      const parsed = parseTreeDocument(text);
+      // Answers to the state query, for whoever waits for one.
+      if (parsed?.treeUpdateChanges) page.changes++;
+      const parsedAt = performance.now();
+      const shapeChanged = model.apply(parsed);
       treeView.refresh(shapeChanged);
       $('#tree-count').textContent = `${model.size} nodes`;
       if (model.size && page.treeShownAt === null) {
+        // How the first document with nodes took its time, for the benchmark.
+        page.timings ??= { arrived, parsed: parsedAt, indexed: performance.now() };
         requestAnimationFrame(() => {
           page.treeShownAt = performance.now();
           document.body.dataset.treeReady = String(model.size);
@@ -95,7 +101,7 @@ async function refreshHost() {
   refreshing = (async () => {
     try {
       // A page draws at most this many shapes of a scene.
-      const state = await host.state(['activeView', 'views', 'scenes', 'progress'], 200000);
+      const state = await host.state(['activeView', 'views', 'scenes', 'progress'], 50000);
       const view = state.views.find((each) => each.active);
       const scene = view && state.scenes.find((each) => each.name === view.scene && each.shapeScene);
       viewer.show(scene ? `${view.name} / ${scene.name}` : null, scene ? scene.shapes : [], scene?.shapeCount ?? 0);
@@ -124,18 +130,28 @@ function showWorkflow(view) {
     `<li>${escape(message.workflow)} · ${escape(message.message)} · ${message.value}${message.data ? ` · ${escape(JSON.stringify(message.data))}` : ''}</li>`).join('');
 }
 
+// Trace lines are shown up to this length: a tree document's trace holds
+// the whole document.
+const TRACE_TEXT = 400;
 let traceSeq = 0;
+let traceLast = null;
 async function pollTraces() {
   try {
-    let { entries, last } = await host.traces(traceSeq);
-    // Far behind (a large tree traces each instance): the latest lines only.
-    if (last - traceSeq > 4000) ({ entries } = await host.traces(last - 400));
+    // Far behind (a large tree traces each instance): the latest lines only,
+    // found without reading the ones skipped.
+    if (traceLast === null || traceLast - traceSeq > 4000) {
+      traceLast = (await host.traces(Number.MAX_SAFE_INTEGER, 1)).last;
+      traceSeq = Math.max(traceSeq, traceLast - 400);
+    }
+    const { entries, last } = await host.traces(traceSeq, 2000);
+    traceLast = last;
     const log = $('#traces');
     for (const entry of entries) {
       const line = document.createElement('div');
       if (entry.type === 3) line.className = 't3';
       line.innerHTML = `<span class="seq">${entry.seq}</span>`;
-      line.append(`${entry.names.join(':')} ${entry.text}`);
+      const text = `${entry.names.join(':')} ${entry.text}`;
+      line.append(text.length > TRACE_TEXT ? `${text.slice(0, TRACE_TEXT)}… (${text.length} characters)` : text);
       log.append(line);
       traceSeq = entry.seq;
     }
@@ -252,8 +268,12 @@ async function start() {
   wirePanels();
   session = await Session.open(onEvent, (reason) => status(`session ended: ${reason}`));
   page.session = session.id;
+  page.registeredAt = performance.now();
   await session.call('RegisterTreeObserver', 'session');
   status(`session ${session.id}`);
+  // The tree first: the host's state (a scene of every shape instance) is
+  // read once the module has sent its documents.
+  await host.settle();
   await refreshHost();
   pollTraces();
   page.ready = true;

@@ -16,20 +16,58 @@ export const STATES = {
 
 const parentPath = (idpath) => idpath.slice(0, Math.max(0, idpath.lastIndexOf('/')));
 
+// Leaves, most of a tree, share one empty list of children.
+const NO_CHILDREN = Object.freeze([]);
+
+// A node of the tree; its name is read only for the rows in sight.
+class TreeNode {
+  constructor(id, idpath) {
+    this.id = id;
+    this.idpath = idpath;
+    this.state = 0;
+    this.loaded = undefined;
+    this.children = NO_CHILDREN;
+    this.parent = null;
+    this.expanded = false;
+    this.asked = false;
+  }
+
+  get name() {
+    return this.idpath.slice(this.idpath.lastIndexOf('/') + 1);
+  }
+
+  adopt(child) {
+    if (this.children === NO_CHILDREN) this.children = [];
+    child.parent = this;
+    this.children.push(child);
+  }
+}
+
 export class TreeModel {
   constructor() {
     this.clear();
   }
 
   clear() {
-    this.byId = new Map();
-    this.byPath = new Map();
+    // Ids are decimal numbers, which an object indexes several times faster
+    // than a Map does.
+    this.byId = Object.create(null);
+    this.count = 0;
+    this.byPath = null;
     this.roots = [];
     this.version = 0;
   }
 
   get size() {
-    return this.byId.size;
+    return this.count;
+  }
+
+  pathIndex() {
+    if (!this.byPath) {
+      this.byPath = new Map();
+      for (const node of Object.values(this.byId)) this.byPath.set(node.idpath, node);
+    }
+    return this.byPath;
   }
 
   // Applies one document; gives true when it changed the tree's shape (not
@@ -41,7 +79,7 @@ export class TreeModel {
     const updates = document.treeUpdate ?? document.treeUpdateChanges;
     if (updates) {
       for (const { id, state, loaded } of updates) {
-        const node = this.byId.get(id);
+        const node = this.byId[id];
         if (!node) continue;
         node.state = Number(state);
         if (loaded !== undefined) node.loaded = loaded === 'true';
@@ -57,16 +95,27 @@ export class TreeModel {
   }
 
   add(entries) {
+    // Documents list a branch depth first, so a node's parent is mostly the
+    // node added before it or one of its ancestors; the path index, made
+    // when first needed, is the fallback.
+    let last = null;
     for (const { id, idpath } of entries) {
-      if (this.byId.has(id)) continue;
-      const node = { id, idpath, name: idpath.slice(idpath.lastIndexOf('/') + 1), state: 0, loaded: undefined,
-                     children: [], parent: null, expanded: false, asked: false };
-      this.byId.set(id, node);
-      this.byPath.set(idpath, node);
-      const parent = this.byPath.get(parentPath(idpath));
+      if (this.byId[id]) continue;
+      const node = new TreeNode(id, idpath);
+      this.byId[id] = node;
+      this.count++;
+      this.byPath?.set(idpath, node);
+      const cut = idpath.lastIndexOf('/');
+      let parent = null;
+      for (let up = cut >= 0 ? last : null; up && up.idpath.length >= cut; up = up.parent) {
+        if (up.idpath.length === cut && idpath.startsWith(up.idpath)) {
+          parent = up;
+          break;
+        }
+      }
+      if (!parent && cut >= 0) parent = this.pathIndex().get(idpath.slice(0, cut)) ?? null;
       if (parent && parent !== node) {
-        node.parent = parent;
-        parent.children.push(node);
+        parent.adopt(node);
       } else {
         this.roots.push(node);
       }
@@ -75,10 +124,10 @@ export class TreeModel {
         const orphan = this.roots[i];
         if (parentPath(orphan.idpath) === idpath) {
           this.roots.splice(i, 1);
-          orphan.parent = node;
-          node.children.push(orphan);
+          node.adopt(orphan);
         }
       }
+      last = node;
     }
     this.version++;
     return true;
@@ -86,14 +135,15 @@ export class TreeModel {
 
   remove(entries) {
     for (const { id } of entries) {
-      const node = this.byId.get(id);
+      const node = this.byId[id];
       if (!node) continue;
       const siblings = node.parent ? node.parent.children : this.roots;
       const at = siblings.indexOf(node);
       if (at >= 0) siblings.splice(at, 1);
       const drop = (gone) => {
-        this.byId.delete(gone.id);
-        this.byPath.delete(gone.idpath);
+        delete this.byId[gone.id];
+        this.count--;
+        this.byPath?.delete(gone.idpath);
         gone.children.forEach(drop);
       };
       drop(node);

@@ -1,6 +1,7 @@
 // The page on the sample world, in Chromium, as a person uses it: the tree
 // shows, hiding and showing a branch by its icon changes the icons and the
-// viewer pane, an instance is painted, the viewables show a thumbnail.
+// viewer pane, an instance is painted, the viewables show a thumbnail. Then
+// on a synthetic world: opening the root shows its children.
 //
 //   node page.test.mjs WEBAPI_DEVHOST ARTEFACT_DIR
 
@@ -15,6 +16,7 @@ const host = await startHost(program);
 const api = gateway(host.url);
 const browser = await openBrowser();
 const { page } = browser;
+let synthetic = null;
 const errors = [];
 page.on('pageerror', (error) => errors.push(error.message));
 
@@ -31,8 +33,8 @@ try {
   assert.ok(await shownShapes() > 0, 'the viewer pane draws the scene');
 
   await page.waitForSelector('body[data-tree-ready]');
-  await rowOf('drone').waitFor();
-  // Opening a branch asks its children's states.
+  // The tree starts closed; opening a branch asks its children's states.
+  await rowOf('drone').locator('.twisty').click();
   await rowOf('propulsion').locator('.twisty').click();
   await rowOf('motor_1').waitFor();
   // A branch shown whole: a click on its icon hides it, a second shows it again.
@@ -78,9 +80,29 @@ try {
   assert.ok(await page.locator('#viewables img').first().evaluate((image) => image.naturalWidth > 0));
 
   await page.screenshot({ path: join(artefacts, 'page-sample-world.png') });
+
+  // A synthetic world: a click on the root's expander shows the root's ten
+  // children, and the module's answer to the page's state query for them
+  // arrives.
+  synthetic = await startHost(program, ['--synthetic', '3000']);
+  await page.goto(synthetic.url);
+  await page.waitForSelector('body[data-tree-ready="3000"]');
+  await page.waitForSelector('body[data-ready]');
+  const changes = await page.evaluate(() => window.webapiPage.changes);
+  await rowOf('product').locator('.twisty').click();
+  await page.waitForFunction(() => {
+    const rows = [...document.querySelectorAll('.row')];
+    const names = rows.map((row) => row.querySelector('.name').textContent);
+    return rows[0]?.querySelector('.twisty').textContent === '▾'
+      && [...Array(10).keys()].every((n) => names.includes(`n${n}`));
+  });
+  await page.waitForFunction((before) => window.webapiPage.changes > before, changes);
+  for (let n = 0; n < 10; n++) assert.notEqual(await stateOf(`n${n}`), 0, `n${n} shows a visibility state`);
+  await page.screenshot({ path: join(artefacts, 'page-synthetic-root-open.png') });
   assert.deepEqual(errors, [], 'the page raises no error');
 } finally {
   await browser.close();
+  if (synthetic) await synthetic.stop();
   const ended = await host.stop();
   assert.equal(ended.code, 0, 'webapi-devhost ends cleanly on SIGTERM');
 }

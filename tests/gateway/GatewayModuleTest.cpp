@@ -245,5 +245,38 @@ TEST_F(GatewayModule, HeldAnnotationSetAppliesAreReleasedWithAStatus) {
     EXPECT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","path":""})").status, 200);
 }
 
+// A tree document of megabytes leaves the stream as a write of its own; it
+// comes whole, between its neighbours, and a stream resumed before it sends
+// it again.
+TEST_F(GatewayModule, AMappingOfMegabytesStreamsWholeAndAgainOnResume) {
+    ASSERT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","synthetic":30000})").status, 200);
+    const std::string session = std::to_string(gateway.OpenSession());
+    const std::string observer = R"("args":["session"],"session":)" + session + "}";
+    ASSERT_EQ(gateway.Post("/api/call", R"({"method":"RegisterTreeObserver",)" + observer).status, 200);
+    // The stream waits for the events, however slow the build.
+    const auto events = gateway.ReadEvents(std::stoull(session), 3);
+    ASSERT_EQ(events.size(), 3u);
+    EXPECT_NE(events[0].find(R"("seq":1,)"), std::string::npos);
+    EXPECT_NE(events[2].find(R"("seq":3,"interface":"webapi::TreeObserver","method":"OnTreeMappingEnd")"),
+              std::string::npos);
+    rapidjson::Document event;
+    event.Parse(events[1].c_str(), events[1].size());
+    ASSERT_FALSE(event.HasParseError());
+    EXPECT_EQ(std::string(event["method"].GetString()), "OnTreeMapping");
+    const rapidjson::Value& text = event["args"][0];
+    EXPECT_GT(text.GetStringLength(), 1u << 20);
+    rapidjson::Document mapping;
+    mapping.Parse(text.GetString(), text.GetStringLength());
+    ASSERT_FALSE(mapping.HasParseError());
+    EXPECT_EQ(mapping["treeMapping"].Size(), 30000u);
+
+    const auto again = gateway.ReadEvents(std::stoull(session), 2, nullptr, "1");
+    ASSERT_EQ(again.size(), 2u);
+    EXPECT_EQ(again[0], events[1]);
+    EXPECT_EQ(again[1], events[2]);
+    EXPECT_EQ(gateway.Post("/api/call", R"({"method":"UnRegisterTreeObserver",)" + observer).status, 200);
+    EXPECT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","path":""})").status, 200);
+}
+
 }  // namespace
 }  // namespace gtest_gateway
