@@ -3,6 +3,9 @@
 #include "devhost/gateway/GatewayContext.h"
 #include "devhost/gateway/JsonReply.h"
 
+#include <mutex>
+#include <thread>
+
 namespace devhost::gateway {
 
 namespace {
@@ -18,6 +21,12 @@ struct Gateway::Impl {
 
     GatewayContext context;
     httplib::Server server;
+    // httplib's stop() does nothing until the listening loop has begun, so a
+    // stop that comes first (a signal during start-up) is remembered here and
+    // Serve never begins, or Stop waits for the loop to begin and ends it.
+    std::mutex serveMutex;
+    bool serving = false;
+    bool served = false;
 };
 
 Gateway::Gateway(GatewayOptions options) : impl_(std::make_unique<Impl>(options)) {
@@ -76,11 +85,30 @@ int Gateway::Bind(int port) {
 }
 
 void Gateway::Serve() {
+    {
+        std::lock_guard<std::mutex> lock(impl_->serveMutex);
+        if (impl_->context.stopping || impl_->serving) return;
+        impl_->serving = true;
+    }
     impl_->server.listen_after_bind();
+    std::lock_guard<std::mutex> lock(impl_->serveMutex);
+    impl_->served = true;
 }
 
 void Gateway::Stop() {
-    impl_->context.stopping = true;
+    {
+        std::lock_guard<std::mutex> lock(impl_->serveMutex);
+        impl_->context.stopping = true;
+        if (!impl_->serving) return;
+    }
+    for (;;) {
+        {
+            std::lock_guard<std::mutex> lock(impl_->serveMutex);
+            if (impl_->served) return;
+        }
+        if (impl_->server.is_running()) break;
+        std::this_thread::yield();
+    }
     impl_->server.stop();
 }
 

@@ -37,9 +37,10 @@ public:
     // Binds to port on 127.0.0.1, or to the next free port of the ten after
     // it; 0 takes any free port. Gives the port bound, or -1.
     int Bind(int port);
-    // Serves until Stop; the bound port is needed first.
+    // Serves until Stop; the bound port is needed first. Returns at once
+    // once Stop has been called, even before Serve.
     void Serve();
-    // Thread-safe; Serve returns, open event streams end.
+    // Thread-safe, at any time; Serve returns, open event streams end.
     void Stop();
 
 private:

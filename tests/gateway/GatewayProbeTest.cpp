@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <variant>
 
 #include "GatewayTestSupport.h"
@@ -256,6 +258,20 @@ TEST(GatewayProbeBody, AnOversizedBodyIsRefusedWithAMessage) {
     EXPECT_EQ(reply.status, 413);
     EXPECT_TRUE(reply.body.IsObject() && reply.body.HasMember("message")) << reply.text;
     EXPECT_TRUE(probe.Messages().empty());
+}
+
+// A stop that comes before the serving loop has begun (Ctrl-C while the
+// world is being built) is not lost: Serve then returns at once.
+TEST(GatewayStop, AStopBeforeServingIsKept) {
+    ProbeFactories factories;
+    ProbeActor probe;
+    devhost::gateway::Gateway gateway(ProbeOptions());
+    ASSERT_GE(gateway.Bind(0), 0);
+    gateway.Stop();
+    auto served = std::async(std::launch::async, [&] { gateway.Serve(); });
+    const bool returned = served.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+    if (!returned) gateway.Stop();
+    EXPECT_TRUE(returned);
 }
 
 }  // namespace
