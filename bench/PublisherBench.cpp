@@ -52,7 +52,6 @@ struct ThreadClock {
     using rep = duration::rep;
     using period = duration::period;
     using time_point = std::chrono::time_point<ThreadClock>;
-    static constexpr bool is_steady = true;
     static time_point now() {
         timespec now{};
         ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
