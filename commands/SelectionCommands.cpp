@@ -16,6 +16,19 @@
 
 namespace webapi {
 
+namespace {
+
+// The module's thread keeps one stream for the document, emptied for each
+// request: making a stream costs more than writing a selection into it.
+std::ostringstream& EmptySelectionStream() {
+    static thread_local std::ostringstream stream;
+    stream.str(std::string());
+    stream.clear();
+    return stream;
+}
+
+}  // namespace
+
 du::Symbol WebApiModuleImpl::GetCurrentSelection() {
     du::Symbol result;
     if (!sceneManager) return result;
@@ -38,25 +51,27 @@ du::Symbol WebApiModuleImpl::GetCurrentSelection() {
     }
     if (representations.empty()) return result;
 
-    std::ostringstream document;
+    std::ostringstream& document = EmptySelectionStream();
     WriteSelectionDocument(document, representations);
-    result = du::Symbol(document.str());
-    ModuleTracer()(dp::TT_Info) << "jsonSelection: " << document.str();
+    const std::string text = document.str();
+    result = du::Symbol(text);
+    ModuleTracer()(dp::TT_Info) << "jsonSelection: " << text;
     return result;
 }
 
 void WebApiModuleImpl::WriteSelectionDocument(
     std::ostream& out, const std::vector<du::SmartPtr<qxk::SelectionItemRepresentation>>& representations) {
     if (representations.empty()) return;
+    // Adjacent pieces are joined into one literal: one insertion each.
     out << "{\n"
-        << "\"selectionList\": \n{"
-        << "\n\"selections\":\n[\n";
+           "\"selectionList\": \n{"
+           "\n\"selections\":\n[\n";
     for (std::size_t index = 0; index < representations.size(); ++index) {
         const auto& representation = representations[index];
         if (index > 0) out << ",\n";
         out << "{ "
-            << "\"contentType\":"
-            << "\"" << representation->GetContentType().safe_c_str() << "\"";
+               "\"contentType\":"
+               "\"" << representation->GetContentType().safe_c_str() << "\"";
         std::vector<du::Symbol> names;
         representation->GetFieldNames(names);
         if (!names.empty()) {
@@ -67,18 +82,18 @@ void WebApiModuleImpl::WriteSelectionDocument(
                 std::string value;
                 representation->GetField(du::Symbol(names[field].safe_c_str()), value);
                 out << "{ \n"
-                    << "\"key\": \"" << names[field].safe_c_str() << "\", \"value\": \"" << value << "\""
-                    << "}\n";
+                       "\"key\": \"" << names[field].safe_c_str() << "\", \"value\": \"" << value << "\""
+                       "}\n";
             }
         }
         // Closes the field list, also for an item that opened none: clients
         // read the document in this form.
         out << "]\n"
-            << "}\n";
+               "}\n";
     }
     out << "]\n"
-        << "}\n"
-        << "}\n";
+           "}\n"
+           "}\n";
 }
 
 }  // namespace webapi

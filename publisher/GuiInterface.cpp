@@ -77,9 +77,9 @@ void GuiInterface::PublishInstances(const InstanceQueue& instances, const char* 
     observer->OnTreeMappingBegin();
     for (const auto& instance : instances)
         document.AddInstance(instance->GetUniqueId(), instance->GetIdPath().safe_c_str());
-    const std::string text = document.Take(key);
+    const std::string_view text = document.Take(key);
     tracer(dp::TT_Info) << tracePrefix << text;
-    observer->OnTreeMapping(du::Symbol(text));
+    observer->OnTreeMapping(du::Symbol(text.data(), text.size()));
     observer->OnTreeMappingEnd();
 }
 
@@ -117,13 +117,13 @@ void GuiInterface::PublishStates(const guitree::VisAndIconChanges& changes, cons
         document.AddState(instance->GetUniqueId(), state, loaded);
         if (count == updateBatchSize) {
             count = 0;
-            const std::string text = document.Take(chunkKey);
-            if (!text.empty()) observer->OnTreeUpdate(du::Symbol(text));
+            const std::string_view text = document.Take(chunkKey);
+            if (!text.empty()) observer->OnTreeUpdate(du::Symbol(text.data(), text.size()));
         }
     }
     if (!document.Empty()) {
-        const std::string text = document.Take("treeUpdate");
-        if (!text.empty()) observer->OnTreeUpdate(du::Symbol(text));
+        const std::string_view text = document.Take("treeUpdate");
+        if (!text.empty()) observer->OnTreeUpdate(du::Symbol(text.data(), text.size()));
     }
     observer->OnTreeUpdateEnd();
 }

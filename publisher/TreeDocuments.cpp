@@ -1,44 +1,76 @@
 #include "publisher/TreeDocuments.h"
 
-#include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
+
+#include <charconv>
+#include <cstring>
 
 namespace webapi {
 
-TreeDocument::TreeDocument() : entries(rapidjson::kArrayType) { document.SetObject(); }
+TreeDocument::TreeDocument() { document.SetObject(); }
 
-std::string TreeDocument::IdText(std::uint64_t id) {
-    idStream.str(std::string());
-    idStream << id;
-    return idStream.str();
+std::size_t TreeDocument::Keep(const char* text, std::size_t length) {
+    const std::size_t at = values.size();
+    values.append(text, length);
+    return at;
 }
 
+// Ids are written as a default-formatted stream writes an unsigned number:
+// plain decimal digits.
 void TreeDocument::AddInstance(std::uint64_t id, const char* idPath) {
-    auto& allocator = document.GetAllocator();
-    rapidjson::Value entry(rapidjson::kObjectType);
-    entry.AddMember("id", rapidjson::Value(IdText(id).c_str(), allocator), allocator);
-    entry.AddMember("idpath", rapidjson::Value(idPath, allocator), allocator);
-    entries.PushBack(entry, allocator);
+    char digits[24];
+    const auto idEnd = std::to_chars(digits, digits + sizeof digits, id).ptr;
+    const std::size_t idLength = static_cast<std::size_t>(idEnd - digits);
+    const std::size_t idAt = Keep(digits, idLength);
+    const std::size_t pathLength = std::strlen(idPath);
+    entries.push_back({idAt, idLength, "idpath", Keep(idPath, pathLength), pathLength, nullptr});
 }
 
 void TreeDocument::AddState(std::uint64_t id, int state, const char* loaded) {
-    auto& allocator = document.GetAllocator();
-    rapidjson::Value entry(rapidjson::kObjectType);
-    entry.AddMember("id", rapidjson::Value(IdText(id).c_str(), allocator), allocator);
-    entry.AddMember("state", rapidjson::Value(std::to_string(state).c_str(), allocator), allocator);
-    if (loaded) entry.AddMember("loaded", rapidjson::Value(loaded, allocator), allocator);
-    entries.PushBack(entry, allocator);
+    char digits[24];
+    const auto idEnd = std::to_chars(digits, digits + sizeof digits, id).ptr;
+    const std::size_t idLength = static_cast<std::size_t>(idEnd - digits);
+    const std::size_t idAt = Keep(digits, idLength);
+    const auto stateEnd = std::to_chars(digits, digits + sizeof digits, state).ptr;
+    const std::size_t stateLength = static_cast<std::size_t>(stateEnd - digits);
+    entries.push_back({idAt, idLength, "state", Keep(digits, stateLength), stateLength, loaded});
 }
 
-std::string TreeDocument::Take(const char* key) {
-    auto& allocator = document.GetAllocator();
-    document.AddMember(rapidjson::Value(key, allocator), entries, allocator);
-    rapidjson::StringBuffer buffer;
-    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+bool TreeDocument::Build(rapidjson::Document& builder, const char* key) const {
+    const auto length = [](const char* literal) { return static_cast<rapidjson::SizeType>(std::strlen(literal)); };
+    const auto copy = [&](std::size_t at, std::size_t count) {
+        builder.String(values.data() + at, static_cast<rapidjson::SizeType>(count), true);
+    };
+    builder.StartObject();
+    builder.Key(key, length(key), true);
+    builder.StartArray();
+    for (const Entry& entry : entries) {
+        builder.StartObject();
+        builder.Key("id", 2, false);
+        copy(entry.idAt, entry.idLength);
+        builder.Key(entry.secondKey, length(entry.secondKey), false);
+        copy(entry.secondAt, entry.secondLength);
+        if (entry.loaded) {
+            builder.Key("loaded", 6, false);
+            builder.String(entry.loaded, length(entry.loaded), true);
+        }
+        builder.EndObject(entry.loaded ? 3 : 2);
+    }
+    builder.EndArray(static_cast<rapidjson::SizeType>(entries.size()));
+    builder.EndObject(1);
+    return true;
+}
+
+std::string_view TreeDocument::Take(const char* key) {
+    auto build = [&](rapidjson::Document& builder) { return Build(builder, key); };
+    document.Populate(build);
+    text.Clear();
+    rapidjson::Writer<rapidjson::StringBuffer> writer(text);
     document.Accept(writer);
     document.SetObject();
-    entries.SetArray();
-    return std::string(buffer.GetString(), buffer.GetSize());
+    entries.clear();
+    values.clear();
+    return std::string_view(text.GetString(), text.GetSize());
 }
 
 std::string ClearTreeDocument() {

@@ -4,15 +4,24 @@
 #include <cstdint>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <rapidjson/document.h>
+#include <rapidjson/stringbuffer.h>
 
 #include "remote/TreeObserver.h"
 
 namespace webapi {
 
 // The compact documents of the tree, written by RapidJSON: one root object
-// with one array of entries under the document's key.
+// with one array of entries under the document's key, built as a document
+// on one allocator and then written out.
+//
+// Entries are gathered as plain text first and the document is built from
+// them in one pass when it is taken: the document then gets each object
+// and the array at their exact sizes, where members added one by one take
+// room for sixteen per object.
 class TreeDocument {
 public:
     TreeDocument();
@@ -22,20 +31,30 @@ public:
     // An entry of "treeUpdate" or "treeUpdateChanges"; loaded is "true",
     // "false", or null for no such member.
     void AddState(std::uint64_t id, int state, const char* loaded);
-    bool Empty() const { return entries.Empty(); }
-    // The text with the entries so far under key; the entries are then
-    // gone, and the allocator is kept for the next chunk.
-    std::string Take(const char* key);
+    bool Empty() const { return entries.empty(); }
+    // The text with the entries so far under key, valid until the next
+    // Take; the entries are then gone, and the allocator is kept for the
+    // next chunk.
+    std::string_view Take(const char* key);
 
 private:
-    // Decimal digits of an id, as a default-formatted stream writes them.
-    std::string IdText(std::uint64_t id);
+    // Where an entry's texts stand in values.
+    struct Entry {
+        std::size_t idAt, idLength;
+        const char* secondKey;  // "idpath" or "state"
+        std::size_t secondAt, secondLength;
+        const char* loaded;  // null: no "loaded" member
+    };
+
+    // Appends the text to values and gives where it starts.
+    std::size_t Keep(const char* text, std::size_t length);
+    // Emits the whole document under key to the document's builder.
+    bool Build(rapidjson::Document& builder, const char* key) const;
 
     rapidjson::Document document;
-    rapidjson::Value entries;
-    // One stream for all ids of the document, emptied for each: making a
-    // stream costs far more than writing a number into it.
-    std::ostringstream idStream;
+    std::vector<Entry> entries;
+    std::string values;  // the texts of all entries, back to back
+    rapidjson::StringBuffer text;
 };
 
 // The hand-built "clearTree" document.

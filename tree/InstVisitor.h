@@ -1,6 +1,6 @@
 #pragma once
 
-#include <set>
+#include <vector>
 
 #include "du/SmartPtr.h"
 #include "qxk/BaseInstance.h"
@@ -14,6 +14,11 @@ public:
     bool Visit(const du::SmartPtr<qxk::BaseInstance>& instance, unsigned int level) override;
     ~InstVisitor() override;
 
-    std::set<du::SmartPtr<qxk::BaseInstance>> instances;
+    // Once the walks are done: each instance once, ordered by pointer value,
+    // as a set keyed by pointer holds them. One sort of the whole walk costs
+    // far less than keeping a large set ordered at every insertion.
+    void Order();
+
+    std::vector<du::SmartPtr<qxk::BaseInstance>> instances;  // in walk order until Order
     int maxDepth;
 };

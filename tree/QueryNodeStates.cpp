@@ -2,6 +2,7 @@
 // down to a depth, read from the request text by hand.
 
 #include <algorithm>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -16,8 +17,13 @@ InstVisitor::~InstVisitor() = default;
 
 bool InstVisitor::Visit(const du::SmartPtr<qxk::BaseInstance>& instance, unsigned int level) {
     if (static_cast<int>(level) > maxDepth && maxDepth != -1) return false;
-    instances.insert(instance);
+    instances.push_back(instance);
     return true;
+}
+
+void InstVisitor::Order() {
+    std::sort(instances.begin(), instances.end());
+    instances.erase(std::unique(instances.begin(), instances.end()), instances.end());
 }
 
 namespace {
@@ -71,6 +77,7 @@ void GuiTreeWatcher::QueryNodeStates(du::Symbol json) {
 
     InstVisitor visitor(depth);
     for (const auto& root : roots) root->Visit(visitor, qxk::BaseInstance::VT_DepthFirst);
+    visitor.Order();
 
     guitree::TreeStateBase* state = guiTree->GetTreeState();
     if (!state) return;

@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <utility>
 #include <vector>
 
 #include "devhost/platform/TraceLog.h"
@@ -10,10 +11,42 @@ namespace dp {
 
 namespace {
 
+// A stream that writes into a string of its own, so that the finished text
+// can be handed on without a copy: an entry may hold a document of many
+// megabytes.
+class TextStream : public std::ostream {
+public:
+    TextStream() : std::ostream(nullptr) { rdbuf(&buffer_); }
+
+    // The text so far; the stream is empty afterwards.
+    std::string Take() {
+        std::string text = std::move(buffer_.text);
+        buffer_.text.clear();
+        return text;
+    }
+
+private:
+    struct Buffer : std::streambuf {
+        std::string text;
+
+        int_type overflow(int_type ch) override {
+            if (traits_type::eq_int_type(ch, traits_type::eof())) return traits_type::not_eof(ch);
+            text.push_back(traits_type::to_char_type(ch));
+            return ch;
+        }
+        std::streamsize xsputn(const char* s, std::streamsize count) override {
+            text.append(s, static_cast<std::size_t>(count));
+            return count;
+        }
+    };
+
+    Buffer buffer_;
+};
+
 // Making a stream costs far more than most entries cost to write, and code
 // may trace once per instance of a large tree: each thread keeps one.
 struct ThreadStream {
-    std::ostringstream text;
+    TextStream text;
     const std::ostringstream pristine;  // the default format, to reset to
     bool busy = false;
 };
@@ -29,20 +62,27 @@ TraceFormatter::TraceFormatter(const QXTracer& tracer, TraceType type) : tracer_
     ThreadStream& reused = TheThreadStream();
     ownsText_ = reused.busy;
     if (ownsText_) {
-        text_ = new std::ostringstream();
+        text_ = new TextStream();
         return;
     }
     reused.busy = true;
     text_ = &reused.text;
-    text_->str(std::string());
     text_->clear();
-    text_->copyfmt(reused.pristine);
+    // Back to the default format. Only what an entry can change is set: a
+    // full copyfmt costs more than most entries.
+    const std::ostringstream& pristine = reused.pristine;
+    text_->flags(pristine.flags());
+    text_->precision(pristine.precision());
+    text_->width(pristine.width());
+    text_->fill(pristine.fill());
+    if (text_->getloc() != pristine.getloc()) text_->imbue(pristine.getloc());
 }
 
 TraceFormatter::~TraceFormatter() {
-    tracer_.Write(type_, text_->str());
+    auto* text = static_cast<TextStream*>(text_);
+    tracer_.Write(type_, text->Take());
     if (ownsText_)
-        delete text_;
+        delete text;
     else
         TheThreadStream().busy = false;
 }
@@ -64,11 +104,11 @@ void QXTracer::operator()(const char* format, ...) const {
         text.assign(buffer.data(), static_cast<std::size_t>(length));
     }
     va_end(arguments);
-    Write(-1, text);
+    Write(-1, std::move(text));
 }
 
-void QXTracer::Write(int type, const std::string& text) const {
-    devhost::TraceLog::Append(devhost::TraceEntry{module_, name_, type, text});
+void QXTracer::Write(int type, std::string text) const {
+    devhost::TraceLog::Append(devhost::TraceEntry{module_, name_, type, std::move(text)});
 }
 
 }  // namespace dp

@@ -142,9 +142,10 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
     // Under the lock: what changed of the given instances since last told.
     // Only instances the interface knows of are reported.
     void Collect(const std::vector<InstanceNode*>& instances, Report& report) {
+        VisibilityStates states(scene.get(), instances);
         for (InstanceNode* node : instances) {
             if (!node->tree || !told.count(node)) continue;
-            int packed = guitree::VisAndIconChanges::Pack(VisibilityStateOf(scene.get(), *node), TypeIconOf(*node));
+            int packed = guitree::VisAndIconChanges::Pack(states.Of(*node), TypeIconOf(*node));
             auto it = sent.find(node);
             if (it != sent.end() && it->second == packed) continue;
             sent[node] = packed;

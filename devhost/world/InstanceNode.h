@@ -61,6 +61,8 @@ public:
     std::string formerPath;  // the idpath it had, once it has no parent any more
 
     std::string IdPath() const;  // under the world lock
+    // The idpath into path, reusing its room. Under the world lock.
+    void WriteIdPath(std::string& path) const;
     // Lets go of the parent, keeping the idpath. Under the world lock.
     void LeaveParent();
 };

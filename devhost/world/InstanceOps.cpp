@@ -1,5 +1,6 @@
 // The host operations of instances, trees and their visitors.
 
+#include <string>
 
 #include "devhost/platform/Faults.h"
 #include "devhost/world/TreeModel.h"
@@ -83,8 +84,12 @@ std::uint64_t BaseInstance::GetUniqueId() const { return devhost::Node(*this).ui
 
 du::Symbol BaseInstance::GetIdPath() const {
     if (devhost::HitFault("qxk::BaseInstance::GetIdPath")) return du::Symbol();
+    // The tree model and the module ask for paths by the million: one
+    // buffer per thread, and the Symbol is the only allocation.
+    static thread_local std::string path;
     devhost::WorldGuard guard(devhost::WorldMutex());
-    return du::Symbol(devhost::Node(*this).IdPath());
+    devhost::Node(*this).WriteIdPath(path);
+    return du::Symbol(path);
 }
 
 du::Symbol BaseInstance::GetName() const { return devhost::Node(*this).name; }

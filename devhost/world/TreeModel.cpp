@@ -7,6 +7,14 @@
 
 namespace devhost {
 
+namespace {
+
+// Names are never null Symbols (they are made from text), so a view of the
+// text tells them apart as the Symbols would.
+std::string_view NameOf(const InstanceNode& node) { return std::string_view(node.name.safe_c_str(), node.name.length()); }
+
+}  // namespace
+
 TreeModel::TreeModel() = default;
 TreeModel::~TreeModel() {
     // Instances may outlive their tree; they then belong to none.
@@ -22,7 +30,7 @@ TreeModel::~TreeModel() {
 }
 
 std::size_t TreeModel::KeyHash::operator()(const Key& key) const {
-    std::size_t h = std::hash<std::string_view>()(std::string_view(key.name.safe_c_str(), key.name.length()));
+    std::size_t h = std::hash<std::string_view>()(key.name);
     return h ^ (std::hash<const void*>()(key.parent) * 0x9e3779b97f4a7c15ull);
 }
 
@@ -33,7 +41,7 @@ void TreeModel::Index(InstanceNode& node, TreeChange* change) {
         InstanceNode* current = stack.back();
         stack.pop_back();
         current->tree = this;
-        index_.emplace(Key{current->parent, current->name}, current);
+        index_.emplace(Key{current->parent, NameOf(*current)}, current);
         ++count;
         if (change) change->added.emplace_back(current);
         for (auto it = current->children.rbegin(); it != current->children.rend(); ++it) stack.push_back(it->get());
@@ -46,7 +54,7 @@ void TreeModel::Unindex(InstanceNode& node, TreeChange& change) {
         InstanceNode* current = stack.back();
         stack.pop_back();
         current->tree = nullptr;
-        index_.erase(Key{current->parent, current->name});
+        index_.erase(Key{current->parent, NameOf(*current)});
         --count;
         change.removed.emplace_back(current);
         change.removedParents.emplace_back(current->parent);
@@ -55,7 +63,7 @@ void TreeModel::Unindex(InstanceNode& node, TreeChange& change) {
 }
 
 bool TreeModel::Attach(InstanceNode* parent, const du::SmartPtr<InstanceNode>& node, TreeChange* change) {
-    if (Child(parent, node->name)) return false;
+    if (Child(parent, NameOf(*node))) return false;
     node->parent = parent;
     if (parent)
         parent->children.push_back(node);
@@ -79,21 +87,21 @@ void TreeModel::Detach(InstanceNode& node, TreeChange& change) {
     node.LeaveParent();
 }
 
-InstanceNode* TreeModel::Child(const InstanceNode* parent, const du::Symbol& name) const {
+InstanceNode* TreeModel::Child(const InstanceNode* parent, std::string_view name) const {
     auto it = index_.find(Key{parent, name});
     return it == index_.end() ? nullptr : it->second;
 }
 
-InstanceNode* TreeModel::Find(const std::string& idPath) const {
+InstanceNode* TreeModel::Find(std::string_view idPath) const {
     if (idPath.empty()) return nullptr;
     const InstanceNode* current = nullptr;
     std::size_t start = 0;
     for (;;) {
         std::size_t slash = idPath.find('/', start);
-        std::size_t end = slash == std::string::npos ? idPath.size() : slash;
-        InstanceNode* next = Child(current, du::Symbol(idPath.data() + start, end - start));
+        std::size_t end = slash == std::string_view::npos ? idPath.size() : slash;
+        InstanceNode* next = Child(current, std::string_view(idPath.data() + start, end - start));
         if (!next) return nullptr;
-        if (slash == std::string::npos) return next;
+        if (slash == std::string_view::npos) return next;
         current = next;
         start = slash + 1;
     }

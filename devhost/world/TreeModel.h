@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -39,8 +40,8 @@ public:
     void AttachBranch(InstanceNode& proxy, TreeChange& change);
     // Takes a branch out of the tree; its instances go to change.removed.
     void Detach(InstanceNode& node, TreeChange& change);
-    InstanceNode* Child(const InstanceNode* parent, const du::Symbol& name) const;
-    InstanceNode* Find(const std::string& idPath) const;
+    InstanceNode* Child(const InstanceNode* parent, std::string_view name) const;
+    InstanceNode* Find(std::string_view idPath) const;
 
     int AddListener(TreeListener listener);
     void RemoveListener(int id);
@@ -48,9 +49,12 @@ public:
     void NotifyTree(const TreeChange& change);
 
 private:
+    // The name is a view of the instance's own name while it is indexed, and
+    // of the caller's text while it is looked up, so finding an idpath
+    // makes no string per segment.
     struct Key {
         const InstanceNode* parent;
-        du::Symbol name;
+        std::string_view name;
         bool operator==(const Key& other) const { return parent == other.parent && name == other.name; }
     };
     struct KeyHash {

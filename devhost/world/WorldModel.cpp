@@ -1,6 +1,8 @@
 #include "devhost/world/WorldModel.h"
 
 #include <atomic>
+#include <cstring>
+#include <string_view>
 
 #include "devhost/platform/Faults.h"
 #include "devhost/world/WorldLock.h"
@@ -28,15 +30,28 @@ void ReserveInstanceId(std::uint64_t id) {
 }
 
 std::string InstanceNode::IdPath() const {
-    std::vector<const InstanceNode*> chain;
-    for (const InstanceNode* n = this; n; n = n->parent) chain.push_back(n);
-    const InstanceNode* top = chain.back();
-    std::string path = top->formerPath.empty() ? top->name.safe_c_str() : top->formerPath;
-    for (auto it = chain.rbegin() + 1; it != chain.rend(); ++it) {
-        path += '/';
-        path += (*it)->name.safe_c_str();
-    }
+    std::string path;
+    WriteIdPath(path);
     return path;
+}
+
+// The length first, then the text from its end backwards, both in one walk
+// up the parents each: no string and no list is made per segment.
+void InstanceNode::WriteIdPath(std::string& path) const {
+    std::size_t length = 0;
+    const InstanceNode* top = this;
+    for (; top->parent; top = top->parent) length += 1 + std::string_view(top->name.safe_c_str()).size();
+    const std::string_view head =
+        top->formerPath.empty() ? std::string_view(top->name.safe_c_str()) : std::string_view(top->formerPath);
+    path.resize(head.size() + length);
+    char* end = &path[0] + path.size();
+    for (const InstanceNode* n = this; n->parent; n = n->parent) {
+        const std::string_view segment(n->name.safe_c_str());
+        end -= segment.size();
+        std::memcpy(end, segment.data(), segment.size());
+        *--end = '/';
+    }
+    std::memcpy(&path[0], head.data(), head.size());
 }
 
 void InstanceNode::LeaveParent() {

@@ -36,8 +36,8 @@ private:
     TraceType type_;
     // The thread's stream for entries, emptied and reset to the default
     // format, or a stream of its own while an entry being written on this
-    // thread holds that one.
-    std::ostringstream* text_;
+    // thread holds that one. Its text is handed to the sink, not copied.
+    std::ostream* text_;
     bool ownsText_;
 };
 
@@ -57,7 +57,7 @@ public:
 private:
     friend class TraceFormatter;
     // type is -1 for an entry without a trace type.
-    void Write(int type, const std::string& text) const;
+    void Write(int type, std::string text) const;
 
     std::string module_;
     std::string name_;
