@@ -7,9 +7,13 @@
 // of it. Each cycle leaves no thread, no registered factory and no code
 // that the host could still call into. Leaks are LeakSanitizer's to find,
 // in the asan build.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "PluginClient.h"
@@ -119,6 +123,36 @@ TEST(Lifecycle, ManyCyclesWithHostWorkInFlightLeaveNoThreadNoFactoryAndNoLoadedC
         ASSERT_FALSE(AnyModuleFactoryRegistered()) << "cycle " << i;
         devhost::TraceLog::Clear();
     }
+}
+
+// True while the plug-in's library is in the process.
+bool LibraryLoaded() {
+    void* handle = dlopen(WEBAPI_PLUGIN_PATH, RTLD_NOW | RTLD_NOLOAD);
+    if (handle) dlclose(handle);
+    return handle != nullptr;
+}
+
+// A job of the host worker that holds an object of the library (here the
+// client's proxy of the module, as a completing fetch holds the module's
+// event) when the library is to be unloaded: the unload waits for the job,
+// so the object goes while its code is still there.
+TEST(Lifecycle, TheHostWorkersJobAtHandEndsBeforeTheLibraryGoes) {
+    SampleWorldProcess world;
+    PluginClient plugin;
+    ASSERT_TRUE(plugin.Started());
+    std::promise<void> running;
+    std::future<void> started = running.get_future();
+    devhost::RunOnHostWorker([&running, held = plugin.ModuleObject()]() mutable {
+        running.set_value();
+        // Holds on until the library has gone, or for long enough that an
+        // unload waiting for this job is surely waiting.
+        const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(200);
+        while (LibraryLoaded() && std::chrono::steady_clock::now() < until)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        held.reset();
+    });
+    started.wait();
+    EXPECT_TRUE(plugin.Unload());
 }
 
 }  // namespace
