@@ -4,6 +4,7 @@
 #include <future>
 #include <memory>
 
+#include "devhost/platform/BriefSpin.h"
 #include "devhost/platform/ObjectRegistry.h"
 #include "dom/Exceptions.h"
 
@@ -38,8 +39,9 @@ void NoteWorkHandedOut() { handedOut.fetch_add(1); }
 bool WaitForActor(const du::SmartPtr<dom::ManagedObject>& object) {
     std::shared_ptr<QueueCore> queue = object ? ServingQueue(object) : nullptr;
     if (!queue) return false;
-    // An actor with nothing queued and nothing in hand has served it all.
-    if (queue->IsIdle()) return true;
+    // An actor with nothing queued and nothing in hand has served it all;
+    // one that is just finishing its last item mostly is so within moments.
+    if (SpinBriefly([&queue] { return queue->IsIdle(); })) return true;
     // A mark dropped unrun, by a shutdown or by a loop that an exception
     // ended, breaks the promise, which also ends the wait: so the mark must
     // hold the only reference to it.
