@@ -12,6 +12,7 @@
 #include "devhost/samples/SampleWorlds.h"
 #include "devhost/world/Application.h"
 #include "devhost/world/HostWorker.h"
+#include "devhost/world/ProgressDisplays.h"
 #include "devhost/world/Settle.h"
 #include "devhost/world/WorldModel.h"
 #include "qxk/ActiveModule.h"
@@ -47,6 +48,10 @@ FuzzHost& FuzzHost::Get() {
 }
 
 FuzzHost::FuzzHost() {
+    // The host's registries that the module's actor reaches (its progress
+    // displays' refresh timers run until the plug-in ends) are made before
+    // this object, so that at exit they go after it has ended the plug-in.
+    devhost::ProgressDisplays();
     devhost::LoadDefaultSampleWorld();
     parts_ = new Parts;
     Parts& p = *parts_;
