@@ -111,7 +111,12 @@ void FuzzHost::SettleAndCheck() {
     // The client's objects share one actor: one of them stands for all. An
     // actor that ended, the module's or the client's, is what is looked for.
     if (!devhost::Settle({p.moduleObject, p.observer})) Finding("the module or the client no longer serves");
+    // The host's own records, which would otherwise grow with every input
+    // and slow the next: the trace, and the list of progress displays that
+    // every refresh of a running display searches (a display no longer
+    // listed stops refreshing; the module does not read the list).
     devhost::TraceLog::Clear();
+    devhost::ClearProgressDisplays();
 }
 
 void FuzzHost::Finding(const std::string& what) {
