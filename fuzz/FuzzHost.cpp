@@ -12,6 +12,7 @@
 #include "devhost/samples/SampleWorlds.h"
 #include "devhost/world/Application.h"
 #include "devhost/world/HostWorker.h"
+#include "devhost/world/ProgressDisplays.h"
 #include "devhost/world/Settle.h"
 #include "devhost/world/WorldModel.h"
 #include "qxk/ActiveModule.h"
@@ -47,6 +48,10 @@ FuzzHost& FuzzHost::Get() {
 }
 
 FuzzHost::FuzzHost() {
+    // The host's registries that the module's actor reaches (its progress
+    // displays' refresh timers run until the plug-in ends) are made before
+    // this object, so that at exit they go after it has ended the plug-in.
+    devhost::ProgressDisplays();
     devhost::LoadDefaultSampleWorld();
     parts_ = new Parts;
     Parts& p = *parts_;
@@ -103,15 +108,15 @@ devhost::HandleValue FuzzHost::Handle(unsigned kind, short table) const {
 
 void FuzzHost::SettleAndCheck() {
     Parts& p = *parts_;
-    // The client's objects share one actor: one of them stands for all.
-    devhost::Settle({p.moduleObject, p.observer});
-    try {
-        // Any request does: one that every module answers, whatever its world.
-        devhost::SendRawMessage(p.moduleObject, 0, 9, {}, true);
-    } catch (const std::exception& e) {
-        Finding(std::string("the module no longer serves: ") + e.what());
-    }
+    // The client's objects share one actor: one of them stands for all. An
+    // actor that ended, the module's or the client's, is what is looked for.
+    if (!devhost::Settle({p.moduleObject, p.observer})) Finding("the module or the client no longer serves");
+    // The host's own records, which would otherwise grow with every input
+    // and slow the next: the trace, and the list of progress displays that
+    // every refresh of a running display searches (a display no longer
+    // listed stops refreshing; the module does not read the list).
     devhost::TraceLog::Clear();
+    devhost::ClearProgressDisplays();
 }
 
 void FuzzHost::Finding(const std::string& what) {

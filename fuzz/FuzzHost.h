@@ -39,10 +39,10 @@ public:
     // Kinds wrap around; the table is passed through as it is.
     devhost::HandleValue Handle(unsigned kind, short table) const;
 
-    // Returns once the host worker, the module and the client are quiet,
-    // then checks that the module still serves requests; ends the process
-    // with a report when it does not. Clears the trace, which would
-    // otherwise grow with every input.
+    // Returns once the host worker, the module and the client are quiet;
+    // ends the process with a report when the module's actor (or the
+    // client's) has ended instead. Clears the trace and the host's list of
+    // progress displays, which would otherwise grow with every input.
     void SettleAndCheck();
 
     // Ends the process with a report: the input reached an end that the

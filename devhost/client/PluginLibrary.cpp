@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "devhost/world/HostWorker.h"
+
 namespace devhost {
 
 PluginLibrary::PluginLibrary(std::string path) : path_(std::move(path)) {
@@ -38,6 +40,9 @@ void PluginLibrary::Terminate() {
 
 bool PluginLibrary::Unload() {
     if (handle_ == nullptr) return true;
+    // The host's own work may hold objects of the library for a moment (a
+    // fetch completing the module's event): it ends before the code goes.
+    DrainHostWorker();
     dlclose(handle_);
     handle_ = nullptr;
     init_ = nullptr;

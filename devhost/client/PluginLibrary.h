@@ -27,7 +27,8 @@ public:
                          du::SmartPtr<du::RefCounted>& component);
     void Terminate();
 
-    // Closes the library; true when it really left the process.
+    // Closes the library once the host worker has done what it was given;
+    // true when the library really left the process.
     bool Unload();
 
 private:

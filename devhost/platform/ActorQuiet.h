@@ -14,7 +14,8 @@ void NoteWorkHandedOut();
 
 // Returns once the actor that serves object has served everything queued for
 // it before the call. A proxy stands for the actor of its remote object.
-// False, at once, when there is no such actor or it has ended.
+// False, at once, when there is no such actor or it has ended, and as soon as
+// it ends while this waits.
 bool WaitForActor(const du::SmartPtr<dom::ManagedObject>& object);
 
 }  // namespace devhost

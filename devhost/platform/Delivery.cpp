@@ -41,6 +41,7 @@ void EndLoop(QueueCore& queue) {
     {
         std::lock_guard<std::mutex> hold(queue.mutex);
         queue.looping = false;
+        queue.serving = false;
         queue.loopThread = std::thread::id();
     }
     queue.Close();

@@ -18,6 +18,7 @@ void QueueCore::FailUnserved(std::deque<QueueItem>& dropped) {
 
 bool QueueCore::Take(QueueItem& item) {
     std::unique_lock<std::mutex> hold(mutex);
+    serving = false;  // the loop is back for more
     bool spun = false;
     for (;;) {
         if (stopNow) return false;
@@ -28,11 +29,13 @@ bool QueueCore::Take(QueueItem& item) {
                                  du::SmartPtr<dom::ManagedObject> object = FindBoundObject(due.object, this);
                                  if (object) object->HandleTimeoutEvent(due.timerId);
                              }};
+            serving = true;
             return true;
         }
         if (!items.empty()) {
             item = std::move(items.front());
             items.pop_front();
+            serving = true;
             return true;
         }
         if (shutdown) return false;
@@ -99,6 +102,11 @@ void QueueCore::Close() {
 bool QueueCore::IsLoopThread() {
     std::lock_guard<std::mutex> hold(mutex);
     return looping && loopThread == std::this_thread::get_id();
+}
+
+bool QueueCore::IsIdle() {
+    std::lock_guard<std::mutex> hold(mutex);
+    return looping && !serving && items.empty() && !shutdown;
 }
 
 bool QueueCore::IsShutdown() {

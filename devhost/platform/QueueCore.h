@@ -43,6 +43,7 @@ struct QueueCore {
     bool shutdown = false;  // no further items are taken
     bool stopNow = false;   // the loop ends after the item being served
     bool looping = false;
+    bool serving = false;  // the loop is running an item it took
     std::thread::id loopThread;
     // The queue keeps its objects alive until it is closed.
     std::vector<du::SmartPtr<dom::ManagedObject>> bound;
@@ -65,6 +66,9 @@ struct QueueCore {
     // True when called on the thread that runs this queue's loop.
     bool IsLoopThread();
     bool IsShutdown();
+    // True when a loop runs the queue and has served everything queued:
+    // nothing waits and nothing is being served. Timers do not count.
+    bool IsIdle();
 };
 
 }  // namespace devhost

@@ -2,10 +2,13 @@
 
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <mutex>
+#include <string>
 #include <thread>
 
 #include "devhost/platform/ActorQuiet.h"
+#include "devhost/platform/TraceLog.h"
 
 namespace devhost {
 
@@ -40,6 +43,19 @@ public:
     }
 
 private:
+    // A viewer's loader thread outlives a job that throws: the job ends
+    // there, with a trace entry, and the thread goes on with the next.
+    static void RunGuarded(const std::function<void()>& job) {
+        try {
+            job();
+        } catch (const std::exception& e) {
+            TraceLog::Append(
+                TraceEntry{"devhost", "HostWorker", 3, std::string("Host job ended by an exception: ") + e.what() + "\n"});
+        } catch (...) {
+            TraceLog::Append(TraceEntry{"devhost", "HostWorker", 3, "Host job ended by an unknown exception\n"});
+        }
+    }
+
     void Run() {
         std::unique_lock<std::mutex> lock(mutex_);
         for (;;) {
@@ -48,7 +64,7 @@ private:
             std::function<void()> job = std::move(jobs_.front());
             jobs_.pop_front();
             lock.unlock();
-            job();
+            RunGuarded(job);
             job = nullptr;  // what the job held goes on this thread, outside the lock
             lock.lock();
             ++done_;

@@ -5,15 +5,16 @@
 
 namespace devhost {
 
-void Settle(const std::vector<du::SmartPtr<dom::ManagedObject>>& actors) {
+bool Settle(const std::vector<du::SmartPtr<dom::ManagedObject>>& actors) {
     // Quiet when one whole round finds that nothing new was handed out: all
     // that was queued before it has then been served, and none of it queued
     // anything more.
     for (;;) {
         const unsigned long long before = WorkHandedOut();
         DrainHostWorker();
-        for (const auto& actor : actors) WaitForActor(actor);
-        if (WorkHandedOut() == before) return;
+        bool allServing = true;
+        for (const auto& actor : actors) allServing = WaitForActor(actor) && allServing;
+        if (WorkHandedOut() == before) return allServing;
     }
 }
 

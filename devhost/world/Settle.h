@@ -13,7 +13,7 @@ namespace devhost {
 // what they and the worker hand one another while this waits. Pass the
 // module (or a proxy of it) and the client's callback objects. A running
 // progress display's refresh timer does not count as work. Actors that have
-// ended are passed over.
-void Settle(const std::vector<du::SmartPtr<dom::ManagedObject>>& actors);
+// ended are passed over; then, or for a null object, the result is false.
+bool Settle(const std::vector<du::SmartPtr<dom::ManagedObject>>& actors);
 
 }  // namespace devhost

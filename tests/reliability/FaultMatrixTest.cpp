@@ -178,14 +178,20 @@ Row RunRow(const std::string& point, devhost::FaultKind kind) {
 }
 
 // Pairs of a host operation and a method under which the module uses a
-// value unchecked, as its design has it, and so may crash when the host is
-// in the state named. Reported, not failed.
+// value unchecked, or calls the operation where an exception cannot pass,
+// as its design has it, and so may crash when the host is in the state
+// named. Reported, not failed.
 const std::map<std::pair<std::string, std::string>, std::string>& ContractHazards() {
     static const auto hazards = [] {
         std::map<std::pair<std::string, std::string>, std::string> all = {
             {{"guitree::GuiTree::SetGuiInterface", "RegisterTreeObserver"},
              "a tree that does not take the interface never gives it its scene-view listener, which the "
              "interface calls unchecked when it names its scene"},
+            // The tree watcher stops its tree first thing in its destructor,
+            // and an exception out of a destructor ends the process.
+            {{"guitree::GuiTree::Close", "UnRegisterTreeObserver"},
+             "a tree that throws while it stops (out of memory as it lets its listeners go) ends the process "
+             "from the tree watcher's destructor"},
         };
         // The view commands reach the active view through the application
         // and its scene manager unchecked: a viewer has both from start-up to
@@ -246,11 +252,14 @@ TEST(FaultMatrix, EveryFailingHostOperationLeavesTheModuleServing) {
 }
 
 // A throwing host operation may end the actor, as its exception policy
-// says, but never the process. Disabled while one row hangs: with
-// qxk::BaseInstance::GetIdPath throwing, the module's actor ends and the
-// wait for it to be quiet never returns (under investigation; see
-// RELIABILITY.md).
-TEST(FaultMatrix, DISABLED_EveryThrowingHostOperationEndsAtMostTheActor) {
+// says, but never the process; one that throws on the host's own thread
+// ends only that piece of host work.
+TEST(FaultMatrix, EveryThrowingHostOperationEndsAtMostTheActor) {
+#if defined(__SANITIZE_THREAD__)
+    // Each row's child starts threads after the fork, which the thread
+    // sanitizer does not support; the other builds look for the crashes.
+    GTEST_SKIP();
+#endif
     RecordProperty("cells", RunMatrix(devhost::FaultKind::ThrowStd, {"answered", "failed", "ended"}));
 }
 

@@ -8,14 +8,16 @@
 // hanging.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <condition_variable>
 #include <exception>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "PluginClient.h"
@@ -24,6 +26,7 @@
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/WorldControl.h"
 #include "dom/Exceptions.h"
+#include "rapidjson/document.h"
 
 namespace rtest {
 namespace {
@@ -57,6 +60,101 @@ void MixedRequest(webapi::WebApiModule& module, int n) {
         }
         default: module.GetProfiles(); break;
     }
+}
+
+// The method of a recorded call, and its text: the first argument.
+std::string MethodOf(const std::string& call) { return call.substr(0, call.find('|')); }
+std::string TextOf(const std::string& call) {
+    const std::size_t bar = call.find('|');
+    return bar == std::string::npos ? std::string() : call.substr(bar + 1);
+}
+
+// Every document travels between its opening and closing call, with
+// nothing of another document in between: a mapping document alone, update
+// documents one or more. Empty when so; else what broke the order.
+std::string BracketBreak(const std::vector<std::string>& calls) {
+    std::string open;  // "Mapping" or "Update" while a document is open
+    int documents = 0;
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        const std::string method = MethodOf(calls[i]);
+        const std::string at = " at call " + std::to_string(i) + ": " + method;
+        if (open.empty()) {
+            if (method != "OnTreeMappingBegin" && method != "OnTreeUpdateBegin") return "outside a document" + at;
+            open = method == "OnTreeMappingBegin" ? "Mapping" : "Update";
+            documents = 0;
+        } else if (method == "OnTree" + open) {
+            if (open == "Mapping" && documents == 1) return "a second mapping document" + at;
+            ++documents;
+        } else if (method == "OnTree" + open + "End") {
+            if (open == "Mapping" && documents == 0) return "a mapping without its document" + at;
+            open.clear();
+        } else {
+            return "inside a " + open + " document" + at;
+        }
+    }
+    return open.empty() ? std::string() : "a document left open";
+}
+
+// The entries of a document under key, each as its "id" and the member
+// named, or none when the text is not such a document.
+std::vector<std::pair<std::string, std::string>> Entries(const std::string& text, const char* key,
+                                                         const char* member) {
+    rapidjson::Document document;
+    document.Parse(text.c_str());
+    std::vector<std::pair<std::string, std::string>> entries;
+    if (document.HasParseError() || !document.IsObject() || !document.HasMember(key) || !document[key].IsArray())
+        return entries;
+    for (const auto& entry : document[key].GetArray())
+        entries.emplace_back(entry["id"].GetString(), entry[member].GetString());
+    return entries;
+}
+
+// Where in its stream of calls the tree observer heard of the host's
+// changes: additions, removals, and the visibility reports of the host's
+// tree model ("treeUpdate"; answers to node queries are
+// "treeUpdateChanges").
+struct Heard {
+    std::map<std::string, std::size_t> added, removed;  // by idpath
+    std::map<std::string, std::string> idOf;             // idpath to id
+    std::map<std::string, std::vector<std::pair<std::size_t, std::string>>> states;  // by id: (place, state)
+};
+
+Heard WhatWasHeard(const std::vector<std::string>& calls) {
+    Heard heard;
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        const std::string method = MethodOf(calls[i]);
+        const std::string text = TextOf(calls[i]);
+        if (method == "OnTreeMapping") {
+            for (const auto& [id, path] : Entries(text, "treeMapping", "idpath")) {
+                heard.added.emplace(path, i);
+                heard.idOf[path] = id;
+            }
+            for (const auto& entry : Entries(text, "treeRemove", "idpath")) heard.removed.emplace(entry.second, i);
+        } else if (method == "OnTreeUpdate") {
+            for (const auto& [id, state] : Entries(text, "treeUpdate", "state")) heard.states[id].emplace_back(i, state);
+        }
+    }
+    return heard;
+}
+
+// Each viewables answer is one run: its start, its results and its end,
+// all with the request's id, and no call of another answer inside it.
+std::string ViewablesBreak(const std::vector<std::string>& calls) {
+    std::string open;
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        const std::string method = MethodOf(calls[i]);
+        const std::string id = calls[i].substr(calls[i].rfind('|') + 1);
+        const std::string at = " at call " + std::to_string(i) + ": " + method + " of " + id;
+        if (method == "StartViewablesResult") {
+            if (!open.empty()) return "an answer inside the answer to " + open + at;
+            open = id;
+        } else if (open != id) {
+            return (open.empty() ? std::string("outside an answer") : "inside the answer to " + open) + at;
+        } else if (method == "EndViewablesResult") {
+            open.clear();
+        }
+    }
+    return open.empty() ? std::string() : "the answer to " + open + " left open";
 }
 
 class LoadTest : public ::testing::Test {
@@ -120,26 +218,51 @@ TEST_F(LoadTest, EightClientsAreAllAnsweredWhileTheHostChangesTheTree) {
 
     EXPECT_EQ(answered.load(), kRequests);
     EXPECT_EQ(failed.load(), 0);
-    // Each new part reaches the observer after those made before it.
     const std::vector<std::string> calls = plugin.TreeCalls().Calls();
-    std::size_t previous = 0;
+    EXPECT_EQ(BracketBreak(calls), "");
+    Heard heard = WhatWasHeard(calls);
+    // Additions and removals reach the observer in the order the host made
+    // them, each part's removal after its addition, and what the host's
+    // tree model reports of a part's visibility only while the observer
+    // knows the part.
+    std::size_t lastAdded = 0, lastRemoved = 0;
     for (int k = 0; k < kHostChanges; ++k) {
-        const std::string name = "\"idpath\":\"drone/load_" + std::to_string(k) + "\"";
-        const auto told = std::find_if(calls.begin(), calls.end(), [&](const std::string& call) {
-            return call.rfind("OnTreeMapping|", 0) == 0 && call.find(name) != std::string::npos;
-        });
-        ASSERT_NE(told, calls.end()) << name;
-        const std::size_t at = static_cast<std::size_t>(told - calls.begin());
-        ASSERT_GE(at, previous) << name;
-        previous = at;
+        const std::string path = "drone/load_" + std::to_string(k);
+        const auto added = heard.added.find(path);
+        ASSERT_NE(added, heard.added.end()) << path;
+        ASSERT_GE(added->second, lastAdded) << path;
+        lastAdded = added->second;
+        std::size_t until = calls.size();
+        if (k % 2 == 1) {
+            const auto removed = heard.removed.find(path);
+            ASSERT_NE(removed, heard.removed.end()) << path;
+            ASSERT_GT(removed->second, added->second) << path;
+            ASSERT_GE(removed->second, lastRemoved) << path;
+            lastRemoved = until = removed->second;
+        } else {
+            EXPECT_EQ(heard.removed.count(path), 0u) << path;
+        }
+        const auto reported = heard.states.find(heard.idOf.at(path));
+        if (reported == heard.states.end()) continue;
+        for (const auto& [place, state] : reported->second) {
+            EXPECT_TRUE(place > added->second && place < until) << path << " reported at call " << place;
+        }
     }
+    // The visibility the host gave drone/frame, one value after the other,
+    // reaches the observer in that order, after what it was told of the
+    // part before: each value differs from the one before, so each is a
+    // change of its own.
+    ASSERT_EQ(heard.idOf.count("drone/frame"), 1u);
+    std::vector<std::string> frameStates;
+    for (const auto& [place, state] : heard.states[heard.idOf.at("drone/frame")]) frameStates.push_back(state);
+    std::vector<std::string> expected;
+    for (int k = 0; k < kHostChanges; ++k) expected.push_back(std::to_string(1 + k % 9));
+    ASSERT_GE(frameStates.size(), expected.size());
+    const auto firstOfHost = frameStates.end() - static_cast<std::ptrdiff_t>(expected.size());
+    EXPECT_EQ(std::vector<std::string>(firstOfHost, frameStates.end()), expected);
     EXPECT_TRUE(secondTreeCalls.Calls().empty());
-    // Every viewables request that was answered was answered whole.
-    const std::vector<std::string> received = plugin.ViewableCalls().Calls();
-    EXPECT_EQ(std::count_if(received.begin(), received.end(),
-                            [](const std::string& call) { return call.rfind("StartViewablesResult", 0) == 0; }),
-              std::count_if(received.begin(), received.end(),
-                            [](const std::string& call) { return call.rfind("EndViewablesResult", 0) == 0; }));
+    // Every viewables answer is whole and stands apart from the others.
+    EXPECT_EQ(ViewablesBreak(plugin.ViewableCalls().Calls()), "");
 }
 
 TEST_F(LoadTest, TerminateUnderLoadFailsEveryWaitingSenderAndLeavesNoThread) {

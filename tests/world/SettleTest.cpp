@@ -1,9 +1,16 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <stdexcept>
+#include <thread>
 
 #include "WorldTestSupport.h"
 #include "devhost/platform/ActorTasks.h"
+#include "devhost/platform/ObjectRegistry.h"
+#include "devhost/platform/QueueCore.h"
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/ProgressDisplays.h"
 #include "devhost/world/Settle.h"
@@ -49,6 +56,53 @@ TEST(Settle, AnEndedActorIsPassedOver) {
     owner.reset();
     devhost::Settle({object, nullptr});
     SUCCEED();
+}
+
+// An actor whose loop an exception ends while Settle waits behind that
+// exception: the wait's mark is dropped unserved, and Settle passes the
+// actor over rather than waiting for it for ever.
+TEST(Settle, AnActorThatEndsWhileWaitedForIsPassedOver) {
+    wtest::Owner owner;
+    std::shared_ptr<devhost::QueueCore> queue;
+    {
+        std::lock_guard<std::mutex> hold(devhost::ObjectRegistry::Get().mutex);
+        queue = owner.object->GetBinding().queue;
+    }
+    auto running = std::make_shared<std::promise<void>>();
+    std::future<void> taken = running->get_future();
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    ASSERT_TRUE(devhost::PostTask(owner.object, [running, released] {
+        running->set_value();
+        released.wait();
+        throw std::runtime_error("the loop ends here");
+    }));
+    // Detached: a Settle that never returns must fail the test, not hang it.
+    auto settled = std::make_shared<std::promise<void>>();
+    std::future<void> done = settled->get_future();
+    std::thread([settled, object = owner.object] {
+        devhost::Settle({object});
+        settled->set_value();
+    }).detach();
+    // The mark of Settle's wait is queued behind the task before it throws.
+    taken.wait();
+    auto queued = [&queue] {
+        std::lock_guard<std::mutex> hold(queue->mutex);
+        return !queue->items.empty();
+    };
+    while (!queued()) std::this_thread::yield();
+    release.set_value();
+    EXPECT_EQ(done.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+}
+
+// A host job that throws must not take the worker, and with it the process
+// and every later Settle, down.
+TEST(Settle, AHostJobThatThrowsEndsAloneAndTheWorkerGoesOn) {
+    std::atomic<bool> ranAfter{false};
+    devhost::RunOnHostWorker([] { throw std::runtime_error("the job ends here"); });
+    devhost::RunOnHostWorker([&] { ranAfter = true; });
+    devhost::Settle({});
+    EXPECT_TRUE(ranAfter.load());
 }
 
 }  // namespace
