@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -59,6 +60,17 @@ public:
     int visibilityOverride = 0;          // any value, forced on the tree's visibility state
     du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
     std::string formerPath;  // the idpath it had, once it has no parent any more
+
+    // How many nodes the branch below holds and how many of them a scene
+    // shows, as the visibility rule last counted them: good while the world's
+    // generation and the scene are the ones it names.
+    struct BranchCounts {
+        std::uint64_t generation = 0;
+        const void* scene = nullptr;
+        std::size_t total = 0;
+        std::size_t visible = 0;
+    };
+    mutable BranchCounts counted;  // under the world lock
 
     std::string IdPath() const;  // under the world lock
     // The idpath into path, reusing its room. Under the world lock.
