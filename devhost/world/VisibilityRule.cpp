@@ -26,12 +26,19 @@ bool Current(const Counts& counts, const qxk::ShapeScene* scene, std::uint64_t g
     return counts.generation == generation && counts.scene == scene;
 }
 
-// The counts of the branch below start, kept in every node of the branch
-// that has children. Children before their parent, without recursion, as
-// branches may be deep; a branch whose counts are current is not entered.
-const Counts& CountsBelow(const qxk::ShapeScene* scene, const InstanceNode& start) {
-    const std::uint64_t generation = WorldGeneration();
-    if (Current(start.counted, scene, generation)) return start.counted;
+// Counts with nothing below and the node not looked up yet.
+Counts Fresh(const qxk::ShapeScene* scene, std::uint64_t generation) {
+    Counts counts;
+    counts.generation = generation;
+    counts.scene = scene;
+    return counts;
+}
+
+// The counts of the branch below start, kept in every node of the branch,
+// with whether each node below is shown. Children before their parent,
+// without recursion, as branches may be deep; a branch whose counts are
+// current is not entered.
+void CountBelow(const qxk::ShapeScene* scene, const InstanceNode& start, std::uint64_t generation) {
     std::vector<std::pair<const InstanceNode*, bool>> stack{{&start, false}};  // node, children pushed
     while (!stack.empty()) {
         const InstanceNode* node = stack.back().first;
@@ -43,19 +50,17 @@ const Counts& CountsBelow(const qxk::ShapeScene* scene, const InstanceNode& star
             continue;
         }
         stack.pop_back();
-        Counts counts;
-        counts.generation = generation;
-        counts.scene = scene;
+        Counts counts = Fresh(scene, generation);
+        if (Current(node->counted, scene, generation)) counts.shown = node->counted.shown;
         for (const auto& child : node->children) {
-            ++counts.total;
-            if (ShownIn(scene, *child)) ++counts.visible;
-            if (child->children.empty()) continue;
-            counts.total += child->counted.total;
-            counts.visible += child->counted.visible;
+            Counts& below = child->counted;
+            if (child->children.empty() && !Current(below, scene, generation)) below = Fresh(scene, generation);
+            if (below.shown < 0) below.shown = ShownIn(scene, *child);
+            counts.total += 1 + below.total;
+            counts.visible += static_cast<std::size_t>(below.shown) + below.visible;
         }
         node->counted = counts;
     }
-    return start.counted;
 }
 
 // From the node's own visibility and the counts of its branch.
@@ -69,10 +74,16 @@ int StateFrom(bool self, std::size_t total, std::size_t visible) {
 
 int VisibilityStateOf(const qxk::ShapeScene* scene, const InstanceNode& node) {
     if (node.overridden) return node.visibilityOverride;
-    const bool self = ShownIn(scene, node);
-    if (node.children.empty()) return StateFrom(self, 0, 0);
-    const Counts& counts = CountsBelow(scene, node);
-    return StateFrom(self, counts.total, counts.visible);
+    const std::uint64_t generation = WorldGeneration();
+    Counts& counts = node.counted;
+    if (!Current(counts, scene, generation)) {
+        if (node.children.empty())
+            counts = Fresh(scene, generation);
+        else
+            CountBelow(scene, node, generation);
+    }
+    if (counts.shown < 0) counts.shown = ShownIn(scene, node);
+    return StateFrom(counts.shown > 0, counts.total, counts.visible);
 }
 
 int TypeIconOf(const InstanceNode& node) {
