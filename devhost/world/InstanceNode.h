@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -68,8 +67,8 @@ public:
     struct BranchCounts {
         std::uint64_t generation = 0;
         const void* scene = nullptr;
-        std::size_t total = 0;
-        std::size_t visible = 0;
+        std::uint32_t total = 0;  // a branch of 2^32 instances would not fit in memory
+        std::uint32_t visible = 0;
         signed char shown = -1;  // -1: not looked up yet
     };
     mutable BranchCounts counted;  // under the world lock

@@ -57,7 +57,7 @@ void CountBelow(const qxk::ShapeScene* scene, const InstanceNode& start, std::ui
             if (child->children.empty() && !Current(below, scene, generation)) below = Fresh(scene, generation);
             if (below.shown < 0) below.shown = ShownIn(scene, *child);
             counts.total += 1 + below.total;
-            counts.visible += static_cast<std::size_t>(below.shown) + below.visible;
+            counts.visible += static_cast<std::uint32_t>(below.shown) + below.visible;
         }
         node->counted = counts;
     }
