@@ -1,6 +1,6 @@
 #pragma once
 
-#include <set>
+#include <vector>
 
 #include "du/SmartPtr.h"
 #include "qxk/BaseInstanceVisitor.h"
@@ -12,9 +12,12 @@ public:
     ~MyShapedEnumerator() override;
     bool VisitInstance(const du::SmartPtr<qxk::Instance>& instance) override;
 
-    // The branch under instance, with the instance itself, by pointer value;
-    // empty for an instance that is not one of the structure.
-    static std::set<du::SmartPtr<qxk::Instance>> CollectBranch(qxk::BaseInstance* instance);
+    // The branch under instance, with the instance itself, each once and
+    // ordered by pointer value, as a set keyed by pointer holds them; empty
+    // for an instance that is not one of the structure. Gathered in walk
+    // order and sorted once, which costs far less than keeping a large set
+    // ordered at every insertion.
+    static std::vector<du::SmartPtr<qxk::Instance>> CollectBranch(qxk::BaseInstance* instance);
 
-    std::set<du::SmartPtr<qxk::Instance>> instances;
+    std::vector<du::SmartPtr<qxk::Instance>> instances;  // in walk order
 };

@@ -102,6 +102,7 @@ void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success) {
             } else {  // a proxy taken out of the tree meanwhile keeps its branch to itself
                 for (auto& node : info.branch) proxy->children.push_back(node);
                 info.branch.clear();
+                NextWorldGeneration();
             }
         } else {
             info.failed = true;

@@ -77,8 +77,11 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
     int treeListener = 0;
     int sceneListener = 0;
     int viewListener = 0;
-    std::unordered_map<const qxk::BaseInstance*, int> sent;  // packed value last reported
-    std::unordered_set<const qxk::BaseInstance*> told;       // created for the interface and not removed
+    // Instances created for the interface and not removed, with the packed
+    // value last reported of each (kNothingSent before the first): one
+    // look-up answers both for every instance of a large change.
+    static constexpr int kNothingSent = -1;
+    std::unordered_map<const qxk::BaseInstance*, int> told;
     std::deque<GuiCall> queue;
     bool draining = false;  // a run of the queue is posted or under way
 
@@ -142,13 +145,13 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
     // Under the lock: what changed of the given instances since last told.
     // Only instances the interface knows of are reported.
     void Collect(const std::vector<InstanceNode*>& instances, Report& report) {
-        VisibilityStates states(scene.get(), instances);
         for (InstanceNode* node : instances) {
-            if (!node->tree || !told.count(node)) continue;
-            int packed = guitree::VisAndIconChanges::Pack(states.Of(*node), TypeIconOf(*node));
-            auto it = sent.find(node);
-            if (it != sent.end() && it->second == packed) continue;
-            sent[node] = packed;
+            if (!node->tree) continue;
+            auto known = told.find(node);
+            if (known == told.end()) continue;
+            int packed = guitree::VisAndIconChanges::Pack(VisibilityStateOf(scene.get(), *node), TypeIconOf(*node));
+            if (known->second == packed) continue;
+            known->second = packed;
             report.changes.Set(node, packed);
             report.keep.emplace_back(node);
         }
@@ -176,9 +179,10 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
 
     // Under the lock: the instances and all their ancestors, each once.
     static void WithAncestors(const std::vector<InstanceNode*>& start, std::vector<InstanceNode*>& out) {
-        std::unordered_map<InstanceNode*, bool> seen;
+        std::unordered_set<const InstanceNode*> seen;
+        seen.reserve(start.size());
         for (InstanceNode* node : start)
-            for (InstanceNode* n = node; n && seen.emplace(n, true).second; n = n->parent) out.push_back(n);
+            for (InstanceNode* n = node; n && seen.insert(n).second; n = n->parent) out.push_back(n);
     }
 
     void Tell(InstanceNode* node, std::vector<Entry>& added);
@@ -209,7 +213,7 @@ void TreeCore::Tell(InstanceNode* node, std::vector<Entry>& added) {
     std::vector<InstanceNode*> chain;
     for (InstanceNode* n = node; n && n->tree && !told.count(n); n = n->parent) chain.push_back(n);
     for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
-        told.insert(*it);
+        told.emplace(*it, kNothingSent);
         added.push_back({*it, (*it)->parent});
     }
 }
@@ -220,7 +224,7 @@ void TreeCore::OnTreeChange(const TreeChange& change) {
         // What the interface was told stays told: the tree keeps the world
         // it showed, and with it those instances, until a removal says so.
         WorldGuard guard(WorldMutex());
-        sent.clear();
+        for (auto& entry : told) entry.second = kNothingSent;
         drain = Enqueue([](guitree::GuiInterface& gui) { gui.ClearTree(); });
     } else {
         auto removed = std::make_shared<std::vector<Entry>>();
@@ -233,10 +237,9 @@ void TreeCore::OnTreeChange(const TreeChange& change) {
             if (node->tree) continue;  // back in the tree already
             // Told even when its creation never was: the interface's owner
             // may have found it by walking the tree.
-            told.erase(node.get());
             const auto& parent = change.removedParents[i];
             removed->push_back({node, parent});
-            sent.erase(node.get());
+            told.erase(node.get());
             if (parent) touched.push_back(parent.get());
         }
         for (const auto& node : change.added) {
@@ -421,7 +424,7 @@ void GuiTree::Initialise(const du::SmartPtr<qxk::World>& world) {
         core->AllInstances(all);
         entries->reserve(all.size());
         for (devhost::InstanceNode* node : all) {
-            core->told.insert(node);
+            core->told.emplace(node, devhost::TreeCore::kNothingSent);
             entries->push_back({node, node->parent});
         }
         core->Collect(all, *report);

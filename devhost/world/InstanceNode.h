@@ -60,6 +60,19 @@ public:
     du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
     std::string formerPath;  // the idpath it had, once it has no parent any more
 
+    // Whether a scene shows the node, how many nodes the branch below holds
+    // and how many of them the scene shows, as the visibility rule last
+    // counted them: good while the world's generation and the scene are the
+    // ones it names.
+    struct BranchCounts {
+        std::uint64_t generation = 0;
+        const void* scene = nullptr;
+        std::uint32_t total = 0;  // a branch of 2^32 instances would not fit in memory
+        std::uint32_t visible = 0;
+        signed char shown = -1;  // -1: not looked up yet
+    };
+    mutable BranchCounts counted;  // under the world lock
+
     std::string IdPath() const;  // under the world lock
     // The idpath into path, reusing its room. Under the world lock.
     void WriteIdPath(std::string& path) const;

@@ -24,6 +24,7 @@ du::SmartPtr<qxk::Scene> MakePlainScene(const du::Symbol& name) {
 }
 
 void NoteChange(qxk::Observable& observable, const du::SmartPtr<qxk::Instance>& instance) {
+    NextWorldGeneration();
     observable.GetObservableState().changed.push_back(instance);
 }
 
@@ -110,7 +111,11 @@ bool Observable::IsInUpdateGroup() const {
     return observableState_->depth > 0;
 }
 
-Scene::Scene(const du::Symbol& name) : sceneState_(new State()) { sceneState_->name = name; }
+// A new scene may take the place in memory of one that has gone.
+Scene::Scene(const du::Symbol& name) : sceneState_(new State()) {
+    sceneState_->name = name;
+    devhost::NextWorldGeneration();
+}
 
 Scene::~Scene() {
     {

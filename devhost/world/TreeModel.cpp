@@ -35,6 +35,7 @@ std::size_t TreeModel::KeyHash::operator()(const Key& key) const {
 }
 
 void TreeModel::Index(InstanceNode& node, TreeChange* change) {
+    NextWorldGeneration();
     // Iterative, so that deep structures do not use up an actor's stack.
     std::vector<InstanceNode*> stack{&node};
     while (!stack.empty()) {
@@ -49,6 +50,7 @@ void TreeModel::Index(InstanceNode& node, TreeChange* change) {
 }
 
 void TreeModel::Unindex(InstanceNode& node, TreeChange& change) {
+    NextWorldGeneration();
     std::vector<InstanceNode*> stack{&node};
     while (!stack.empty()) {
         InstanceNode* current = stack.back();

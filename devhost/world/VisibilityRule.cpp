@@ -1,9 +1,11 @@
 #include "devhost/world/VisibilityRule.h"
 
+#include <cstdint>
 #include <utility>
 #include <vector>
 
 #include "devhost/world/SceneModel.h"
+#include "devhost/world/WorldLock.h"
 #include "guitree/VisAndIconChanges.h"
 #include "guitree/VisibilityState.h"
 
@@ -11,22 +13,53 @@ namespace devhost {
 
 namespace {
 
-bool ShownIn(const qxk::ShapeScene& scene, const InstanceNode& node) {
-    const auto& shapes = scene.GetSceneState().shapes;
+using Counts = InstanceNode::BranchCounts;
+
+bool ShownIn(const qxk::ShapeScene* scene, const InstanceNode& node) {
+    if (!scene) return false;
+    const auto& shapes = scene->GetSceneState().shapes;
     auto it = shapes.find(&node);
     return it != shapes.end() && it->second->visible;
 }
 
-// Adds the nodes of the branch below node, and those of them shown.
-void CountBranch(const qxk::ShapeScene* scene, const InstanceNode& node, std::size_t& total, std::size_t& visible) {
-    std::vector<const InstanceNode*> stack;
-    for (const auto& child : node.children) stack.push_back(child.get());
+bool Current(const Counts& counts, const qxk::ShapeScene* scene, std::uint64_t generation) {
+    return counts.generation == generation && counts.scene == scene;
+}
+
+// Counts with nothing below and the node not looked up yet.
+Counts Fresh(const qxk::ShapeScene* scene, std::uint64_t generation) {
+    Counts counts;
+    counts.generation = generation;
+    counts.scene = scene;
+    return counts;
+}
+
+// The counts of the branch below start, kept in every node of the branch,
+// with whether each node below is shown. Children before their parent,
+// without recursion, as branches may be deep; a branch whose counts are
+// current is not entered.
+void CountBelow(const qxk::ShapeScene* scene, const InstanceNode& start, std::uint64_t generation) {
+    std::vector<std::pair<const InstanceNode*, bool>> stack{{&start, false}};  // node, children pushed
     while (!stack.empty()) {
-        const InstanceNode* current = stack.back();
+        const InstanceNode* node = stack.back().first;
+        if (!stack.back().second) {
+            stack.back().second = true;
+            for (const auto& child : node->children)
+                if (!child->children.empty() && !Current(child->counted, scene, generation))
+                    stack.push_back({child.get(), false});
+            continue;
+        }
         stack.pop_back();
-        ++total;
-        if (scene && ShownIn(*scene, *current)) ++visible;
-        for (const auto& child : current->children) stack.push_back(child.get());
+        Counts counts = Fresh(scene, generation);
+        if (Current(node->counted, scene, generation)) counts.shown = node->counted.shown;
+        for (const auto& child : node->children) {
+            Counts& below = child->counted;
+            if (child->children.empty() && !Current(below, scene, generation)) below = Fresh(scene, generation);
+            if (below.shown < 0) below.shown = ShownIn(scene, *child);
+            counts.total += 1 + below.total;
+            counts.visible += static_cast<std::uint32_t>(below.shown) + below.visible;
+        }
+        node->counted = counts;
     }
 }
 
@@ -41,52 +74,16 @@ int StateFrom(bool self, std::size_t total, std::size_t visible) {
 
 int VisibilityStateOf(const qxk::ShapeScene* scene, const InstanceNode& node) {
     if (node.overridden) return node.visibilityOverride;
-    std::size_t total = 0;
-    std::size_t visible = 0;
-    CountBranch(scene, node, total, visible);
-    return StateFrom(scene && ShownIn(*scene, node), total, visible);
-}
-
-VisibilityStates::VisibilityStates(const qxk::ShapeScene* scene, const std::vector<InstanceNode*>& nodes)
-    : scene_(scene), given_(nodes.begin(), nodes.end()) {}
-
-int VisibilityStates::Of(const InstanceNode& node) {
-    if (node.overridden) return node.visibilityOverride;
-    const Counts& counts = Below(node);
-    return StateFrom(scene_ && ShownIn(*scene_, node), counts.total, counts.visible);
-}
-
-// Given children before their parent, without recursion, as branches may be
-// deep; a child that was not given has no given node below it (the nodes
-// are asked with their ancestors) and is counted where it stands.
-const VisibilityStates::Counts& VisibilityStates::Below(const InstanceNode& start) {
-    auto known = below_.find(&start);
-    if (known != below_.end()) return known->second;
-    std::vector<std::pair<const InstanceNode*, bool>> stack{{&start, false}};  // node, children pushed
-    while (!stack.empty()) {
-        const InstanceNode* node = stack.back().first;
-        if (!stack.back().second) {
-            stack.back().second = true;
-            for (const auto& child : node->children)
-                if (given_.count(child.get()) && !below_.count(child.get())) stack.push_back({child.get(), false});
-            continue;
-        }
-        stack.pop_back();
-        Counts counts;
-        for (const auto& child : node->children) {
-            ++counts.total;
-            if (scene_ && ShownIn(*scene_, *child)) ++counts.visible;
-            auto inner = below_.find(child.get());
-            if (inner != below_.end()) {
-                counts.total += inner->second.total;
-                counts.visible += inner->second.visible;
-            } else {
-                CountBranch(scene_, *child, counts.total, counts.visible);
-            }
-        }
-        below_[node] = counts;
+    const std::uint64_t generation = WorldGeneration();
+    Counts& counts = node.counted;
+    if (!Current(counts, scene, generation)) {
+        if (node.children.empty())
+            counts = Fresh(scene, generation);
+        else
+            CountBelow(scene, node, generation);
     }
-    return below_[&start];
+    if (counts.shown < 0) counts.shown = ShownIn(scene, node);
+    return StateFrom(counts.shown > 0, counts.total, counts.visible);
 }
 
 int TypeIconOf(const InstanceNode& node) {

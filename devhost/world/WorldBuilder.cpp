@@ -45,6 +45,7 @@ InstanceNode& WorldBuilder::AddInstance(InstanceNode* parent, const std::string&
                 throw std::invalid_argument("name \"" + name + "\" is taken under " + parent->IdPath());
         node->parent = parent;
         unread->push_back(node);
+        NextWorldGeneration();
         return *node;
     }
     if (!world_->Tree().Attach(parent, node, nullptr))

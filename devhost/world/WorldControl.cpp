@@ -83,6 +83,7 @@ InstancesChange ChangeInstances(const std::vector<std::string>& removeIdPaths,
             if (InstanceNode* node = tree.Find(path)) tree.Detach(*node, change);
         for (const auto& scene : scenes)
             for (const auto& gone : change.removed) scene->GetSceneState().shapes.erase(gone.get());
+        NextWorldGeneration();
     }
     world->Tree().NotifyTree(change);
     result.done = true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <mutex>
 
 namespace devhost {
@@ -10,5 +11,12 @@ namespace devhost {
 std::recursive_mutex& WorldMutex();
 
 using WorldGuard = std::lock_guard<std::recursive_mutex>;
+
+// A stamp that every change of the structure or of a scene's shapes moves
+// on (under the lock, or while the changed object is not yet shared), so
+// that what is worked out from them can be kept until the next change.
+// Never 0.
+std::uint64_t WorldGeneration();
+void NextWorldGeneration();
 
 }  // namespace devhost

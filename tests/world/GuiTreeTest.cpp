@@ -7,6 +7,7 @@
 #include <future>
 #include <set>
 #include <thread>
+#include <utility>
 
 #include "WorldTestSupport.h"
 #include "devhost/world/HostWorker.h"
@@ -214,6 +215,44 @@ TEST_F(TreeModel, VisibilityStatesFollowABranchAsItIsHiddenAndShown) {
     EXPECT_TRUE(devhost::SetVisibilityOverride("a/p1", guitree::VS_VisPartlyVis));
     EXPECT_EQ(State("a/p1"), guitree::VS_VisPartlyVis);
     EXPECT_TRUE(AllOnOwnersThread());
+}
+
+// The model keeps the counts of each branch between questions; every kind
+// of change must be seen by the next question, also for a branch asked
+// about just before it.
+TEST_F(TreeModel, AnAnswerFollowsEveryChangeMadeSinceTheLastQuestion) {
+    Initialise();
+    auto ask = [&] { return std::make_pair(State("a"), State("a/sub")); };
+    using guitree::VS_NotVisAllChdrnVis;
+    using guitree::VS_VisAllChdrnVis;
+    using guitree::VS_VisSomeChdrnVis;
+    using States = std::pair<int, int>;
+    EXPECT_EQ(ask(), States(VS_VisSomeChdrnVis, VS_NotVisAllChdrnVis));
+
+    ASSERT_TRUE(devhost::ShowInstance("left", "a/sub", true));  // new shape instances
+    ASSERT_TRUE(devhost::ShowInstance("left", "a/px", true));
+    EXPECT_EQ(ask(), States(VS_VisAllChdrnVis, VS_VisAllChdrnVis));
+
+    ASSERT_TRUE(devhost::ShowInstance("left", "a/sub/q1", false));  // one hidden
+    EXPECT_EQ(ask(), States(VS_VisSomeChdrnVis, VS_VisSomeChdrnVis));
+
+    ASSERT_TRUE(devhost::RemoveInstanceAt("a/sub/q1"));  // with its shape instance
+    EXPECT_EQ(ask(), States(VS_VisAllChdrnVis, VS_VisAllChdrnVis));
+
+    ASSERT_NE(devhost::AddInstanceAt("a/sub", "q3"), nullptr);  // shown in no scene
+    EXPECT_EQ(ask(), States(VS_VisSomeChdrnVis, VS_VisSomeChdrnVis));
+
+    ASSERT_TRUE(devhost::SetVisibilityOverride("a/sub", 12));
+    EXPECT_EQ(ask(), States(VS_VisSomeChdrnVis, 12));
+    ASSERT_TRUE(devhost::ClearVisibilityOverride("a/sub"));
+    EXPECT_EQ(ask(), States(VS_VisSomeChdrnVis, VS_VisSomeChdrnVis));
+
+    ASSERT_TRUE(devhost::ActivateView("r"));  // the tree follows the empty scene
+    owner.Sync();
+    EXPECT_EQ(ask(), States(guitree::VS_NotVisNoChdrnVis, guitree::VS_NotVisNoChdrnVis));
+    ASSERT_TRUE(devhost::ActivateView("l"));
+    owner.Sync();
+    EXPECT_EQ(ask(), States(VS_VisSomeChdrnVis, VS_VisSomeChdrnVis));
 }
 
 TEST_F(TreeModel, SwitchingTheActiveViewReportsTheNewScenesStates) {
