@@ -14,6 +14,7 @@
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/ProgressDisplays.h"
 #include "devhost/world/Settle.h"
+#include "devhost/world/WorldControl.h"
 #include "devhost/world/WorldModel.h"
 #include "qxk/ActiveModule.h"
 
@@ -112,11 +113,13 @@ void FuzzHost::SettleAndCheck() {
     // actor that ended, the module's or the client's, is what is looked for.
     if (!devhost::Settle({p.moduleObject, p.observer})) Finding("the module or the client no longer serves");
     // The host's own records, which would otherwise grow with every input
-    // and slow the next: the trace, and the list of progress displays that
+    // and slow the next: the trace, the list of progress displays that
     // every refresh of a running display searches (a display no longer
-    // listed stops refreshing; the module does not read the list).
+    // listed stops refreshing; the module does not read the list), and the
+    // scenes' records of shape and colour calls.
     devhost::TraceLog::Clear();
     devhost::ClearProgressDisplays();
+    devhost::ClearCallRecords();
 }
 
 void FuzzHost::Finding(const std::string& what) {

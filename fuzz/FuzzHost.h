@@ -41,8 +41,9 @@ public:
 
     // Returns once the host worker, the module and the client are quiet;
     // ends the process with a report when the module's actor (or the
-    // client's) has ended instead. Clears the trace and the host's list of
-    // progress displays, which would otherwise grow with every input.
+    // client's) has ended instead. Clears the trace, the host's list of
+    // progress displays and its records of calls, which would otherwise grow
+    // with every input.
     void SettleAndCheck();
 
     // Ends the process with a report: the input reached an end that the

@@ -7,6 +7,8 @@
 #include <mutex>
 #include <vector>
 
+#include "devhost/world/AsyncEvents.h"
+
 #include "devhost/platform/ActorTasks.h"
 #include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
@@ -27,6 +29,15 @@ struct qxk::AsyncEventSet::State {
     std::map<AsyncSetEvent*, unsigned char> progress;  // last progress of each member
     bool anyAdded = false;
 };
+
+namespace devhost {
+
+void ReleaseIfDone(qxk::BaseAsyncEvent& event) {
+    if (event.GetEventState().releaseWhenDone && event.IsManaged())
+        event.UnmanageObject(du::SmartPtr<dom::ManagedObject>(&event));
+}
+
+}  // namespace devhost
 
 namespace qxk {
 
@@ -62,7 +73,7 @@ void BaseAsyncEvent::EventHandler(int kind, int value) {
             // complete it some other way.
             if (parent && value != ES_Ok) parent->CompleteWithError(value);
             OnComplete(value);
-            if (eventState_->releaseWhenDone && IsManaged()) UnmanageObject(du::SmartPtr<dom::ManagedObject>(this));
+            devhost::ReleaseIfDone(*this);
             return;
         }
         default:

@@ -5,6 +5,7 @@
 #include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/platform/Timers.h"
+#include "devhost/world/AsyncEvents.h"
 #include "devhost/world/WorldLock.h"
 #include "qxmk/WebProgressEvent.h"
 
@@ -91,8 +92,14 @@ void WebProgressEvent::EndProgress() {
     if (devhost::HitFault("qxmk::WebProgressEvent::EndProgress")) return;
     // The refresh timer is left to run out: its next tick finds the display
     // ended and sets it no more.
-    devhost::WorldGuard guard(devhost::WorldMutex());
-    if (devhost::ProgressDisplay* display = devhost::Find(*display_)) display->running = false;
+    {
+        devhost::WorldGuard guard(devhost::WorldMutex());
+        if (devhost::ProgressDisplay* display = devhost::Find(*display_)) display->running = false;
+    }
+    // An ended display has done its work, as a completed event has, and goes
+    // the same way when made to release when done: a client that loads all
+    // day leaves no display behind per load.
+    if (display_->id != 0) devhost::ReleaseIfDone(*this);
 }
 
 void WebProgressEvent::HandleTimeoutEvent(long long timerId) {

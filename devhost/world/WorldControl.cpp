@@ -206,6 +206,17 @@ std::vector<AddShapeCall> AddShapeCallsOf(const qxk::Scene& scene) {
     return scene.GetSceneState().addCalls;
 }
 
+void ClearCallRecords() {
+    std::vector<du::SmartPtr<qxk::Scene>> scenes;
+    if (auto manager = CurrentSceneManager()) scenes = manager->GetScenes();
+    WorldGuard guard(WorldMutex());
+    for (const auto& scene : scenes) {
+        auto& state = scene->GetSceneState();
+        state.addCalls.clear();
+        for (auto& shape : state.shapes) shape.second->colorCalls.clear();
+    }
+}
+
 CrossSelectionRecord CrossSelection() {
     CrossSelectionRecord record;
     auto manager = CurrentSceneManager();

@@ -84,6 +84,10 @@ struct UpdateGroupRecord {
 };
 UpdateGroupRecord UpdateGroupsOf(const qxk::Observable& observable);
 std::vector<AddShapeCall> AddShapeCallsOf(const qxk::Scene& scene);
+// Forgets the calls recorded so far (AddShapeCallsOf, ShapeOf's colorCalls)
+// in every scene of the application; a long run would otherwise keep one
+// record per call.
+void ClearCallRecords();
 
 struct CrossSelectionRecord {
     bool on = false;

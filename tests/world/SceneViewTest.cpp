@@ -244,7 +244,7 @@ TEST_F(Scenes, ProgressDisplaysAreRecorded) {
     EXPECT_FALSE(displays[0].running);
 }
 
-TEST_F(Scenes, ARunningDisplayUnderAnActorIsRefreshedByItsTimer) {
+TEST_F(Scenes, ARunningDisplayUnderAnActorIsRefreshedByItsTimerAndLetGoOnceEnded) {
     wtest::Owner owner;
     du::SmartPtr<qxmk::WebProgressEvent> event(new qxmk::WebProgressEvent(qxmk::Progress::PT_Bar));
     owner.object->ManageObject(event);
@@ -253,9 +253,11 @@ TEST_F(Scenes, ARunningDisplayUnderAnActorIsRefreshedByItsTimer) {
     for (int i = 0; i < 500 && devhost::ProgressDisplays()[0].ticks == 0; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     EXPECT_GE(devhost::ProgressDisplays()[0].ticks, 1u);
+    EXPECT_TRUE(event->IsManaged());
     event->EndProgress();
     owner.Sync();
     EXPECT_FALSE(devhost::ProgressDisplays()[0].running);
+    EXPECT_FALSE(event->IsManaged()) << "an ended display stays with its actor for good";
 }
 
 TEST_F(Scenes, FaultsMakeOperationsFailOrThrow) {
