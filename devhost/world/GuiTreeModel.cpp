@@ -1,10 +1,9 @@
 // The host's tree model: guitree::GuiTree, its tree state and the listener
 // that it hands to its interface.
 
+#include <cstdint>
 #include <deque>
 #include <memory>
-#include <unordered_map>
-#include <unordered_set>
 
 #include "devhost/platform/ActorTasks.h"
 #include "devhost/platform/Faults.h"
@@ -77,11 +76,19 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
     int treeListener = 0;
     int sceneListener = 0;
     int viewListener = 0;
-    // Instances created for the interface and not removed, with the packed
-    // value last reported of each (kNothingSent before the first): one
-    // look-up answers both for every instance of a large change.
+    // What the tree keeps of an instance, by the instance's slot: whether it
+    // was created for the interface and not removed since, with the packed
+    // value last reported (kNothingSent before the first), and the last
+    // ancestor walk that reached it. An array read per instance, where a
+    // large change would otherwise hash every instance once per question.
+    static constexpr int kUntold = -2;
     static constexpr int kNothingSent = -1;
-    std::unordered_map<const qxk::BaseInstance*, int> told;
+    struct Kept {
+        int told = kUntold;
+        std::uint32_t walk = 0;
+    };
+    std::vector<Kept> kept;
+    std::uint32_t walks = 0;  // the last walk's number
     std::deque<GuiCall> queue;
     bool draining = false;  // a run of the queue is posted or under way
 
@@ -142,16 +149,27 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
         draining = false;
     }
 
+    // Under the lock.
+    Kept& KeptOf(const InstanceNode& node) {
+        if (node.slot >= kept.size()) kept.resize(node.slot + 1);
+        return kept[node.slot];
+    }
+    bool Told(const InstanceNode& node) const { return node.slot < kept.size() && kept[node.slot].told != kUntold; }
+    // Under the lock: marks the instance told unless it is already.
+    void MarkTold(const InstanceNode& node) {
+        Kept& entry = KeptOf(node);
+        if (entry.told == kUntold) entry.told = kNothingSent;
+    }
+
     // Under the lock: what changed of the given instances since last told.
     // Only instances the interface knows of are reported.
     void Collect(const std::vector<InstanceNode*>& instances, Report& report) {
         for (InstanceNode* node : instances) {
-            if (!node->tree) continue;
-            auto known = told.find(node);
-            if (known == told.end()) continue;
+            if (!node->tree || !Told(*node)) continue;
+            int& last = kept[node->slot].told;
             int packed = guitree::VisAndIconChanges::Pack(VisibilityStateOf(scene.get(), *node), TypeIconOf(*node));
-            if (known->second == packed) continue;
-            known->second = packed;
+            if (last == packed) continue;
+            last = packed;
             report.changes.Set(node, packed);
             report.keep.emplace_back(node);
         }
@@ -177,12 +195,20 @@ struct TreeCore : std::enable_shared_from_this<TreeCore> {
         }
     }
 
-    // Under the lock: the instances and all their ancestors, each once.
-    static void WithAncestors(const std::vector<InstanceNode*>& start, std::vector<InstanceNode*>& out) {
-        std::unordered_set<const InstanceNode*> seen;
-        seen.reserve(start.size());
+    // Under the lock: the instances and all their ancestors, each once. A
+    // walk up stops at the first instance this walk has reached before.
+    void WithAncestors(const std::vector<InstanceNode*>& start, std::vector<InstanceNode*>& out) {
+        if (++walks == 0) {  // the numbers went round: forget every old walk
+            for (Kept& entry : kept) entry.walk = 0;
+            walks = 1;
+        }
         for (InstanceNode* node : start)
-            for (InstanceNode* n = node; n && seen.insert(n).second; n = n->parent) out.push_back(n);
+            for (InstanceNode* n = node; n; n = n->parent) {
+                Kept& entry = KeptOf(*n);
+                if (entry.walk == walks) break;
+                entry.walk = walks;
+                out.push_back(n);
+            }
     }
 
     void Tell(InstanceNode* node, std::vector<Entry>& added);
@@ -211,9 +237,9 @@ void TreeCore::WatchScene(const du::SmartPtr<qxk::ShapeScene>& newScene) {
 // interface has not been told of yet (whose own change is still on its way).
 void TreeCore::Tell(InstanceNode* node, std::vector<Entry>& added) {
     std::vector<InstanceNode*> chain;
-    for (InstanceNode* n = node; n && n->tree && !told.count(n); n = n->parent) chain.push_back(n);
+    for (InstanceNode* n = node; n && n->tree && !Told(*n); n = n->parent) chain.push_back(n);
     for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
-        told.emplace(*it, kNothingSent);
+        MarkTold(**it);
         added.push_back({*it, (*it)->parent});
     }
 }
@@ -224,7 +250,8 @@ void TreeCore::OnTreeChange(const TreeChange& change) {
         // What the interface was told stays told: the tree keeps the world
         // it showed, and with it those instances, until a removal says so.
         WorldGuard guard(WorldMutex());
-        for (auto& entry : told) entry.second = kNothingSent;
+        for (Kept& entry : kept)
+            if (entry.told != kUntold) entry.told = kNothingSent;
         drain = Enqueue([](guitree::GuiInterface& gui) { gui.ClearTree(); });
     } else {
         auto removed = std::make_shared<std::vector<Entry>>();
@@ -239,7 +266,7 @@ void TreeCore::OnTreeChange(const TreeChange& change) {
             // may have found it by walking the tree.
             const auto& parent = change.removedParents[i];
             removed->push_back({node, parent});
-            told.erase(node.get());
+            if (Told(*node)) kept[node->slot].told = kUntold;
             if (parent) touched.push_back(parent.get());
         }
         for (const auto& node : change.added) {
@@ -268,8 +295,10 @@ void TreeCore::OnSceneChange(const std::vector<du::SmartPtr<qxk::Instance>>& cha
     {
         WorldGuard guard(WorldMutex());
         std::vector<InstanceNode*> start;
+        start.reserve(changed.size());
         for (const auto& instance : changed) start.push_back(&Node(*instance));
         std::vector<InstanceNode*> affected;
+        affected.reserve(changed.size());
         WithAncestors(start, affected);
         Collect(affected, *report);
         drain = EnqueueReport(report);
@@ -318,7 +347,7 @@ void TreeCore::Close() {
     Unwatch();
     gui = nullptr;
     queue.clear();
-    told.clear();
+    kept.clear();
     ownerId = 0;
 }
 
@@ -424,7 +453,7 @@ void GuiTree::Initialise(const du::SmartPtr<qxk::World>& world) {
         core->AllInstances(all);
         entries->reserve(all.size());
         for (devhost::InstanceNode* node : all) {
-            core->told.emplace(node, devhost::TreeCore::kNothingSent);
+            core->MarkTold(*node);
             entries->push_back({node, node->parent});
         }
         core->Collect(all, *report);

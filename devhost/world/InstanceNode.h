@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "devhost/world/NodeSlots.h"
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
 #include "qxk/Instance.h"
@@ -46,11 +47,12 @@ struct ProxyInfo {
 // parent (taken out of the tree, or outliving it) keeps the idpath it had.
 class InstanceNode : public qxk::Instance {
 public:
-    InstanceNode(std::uint64_t uid, const du::Symbol& name) : uid(uid), name(name) {}
+    InstanceNode(std::uint64_t uid, const du::Symbol& name) : uid(uid), name(name), slot(AcquireNodeSlot()) {}
     ~InstanceNode() override;
 
     const std::uint64_t uid;
     const du::Symbol name;
+    const std::uint32_t slot;  // see NodeSlots.h
     InstanceNode* parent = nullptr;
     std::vector<du::SmartPtr<InstanceNode>> children;
     TreeModel* tree = nullptr;           // null while unread or after removal

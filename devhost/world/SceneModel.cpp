@@ -58,9 +58,7 @@ void RemoveSceneListener(qxk::Observable& observable, int id) {
 
 du::SmartPtr<ShapeInstanceImpl> FindShape(const qxk::ShapeScene& scene, const qxk::Instance* instance) {
     WorldGuard guard(WorldMutex());
-    const auto& shapes = scene.GetSceneState().shapes;
-    auto it = shapes.find(instance);
-    return it == shapes.end() ? nullptr : it->second;
+    return scene.GetSceneState().shapes.Find(instance);
 }
 
 bool SetShapeVisible(qxk::ShapeScene& scene, const du::SmartPtr<qxk::Instance>& instance, bool visible) {
@@ -68,13 +66,12 @@ bool SetShapeVisible(qxk::ShapeScene& scene, const du::SmartPtr<qxk::Instance>& 
     {
         WorldGuard guard(WorldMutex());
         auto& shapes = scene.GetSceneState().shapes;
-        auto it = shapes.find(instance.get());
-        if (it == shapes.end())
-            shapes.emplace(instance.get(), new ShapeInstanceImpl(instance, &scene, visible));
-        else if (it->second->visible == visible)
-            return true;
-        else
-            it->second->visible = visible;
+        if (ShapeInstanceImpl* shape = shapes.Find(instance.get())) {
+            if (shape->visible == visible) return true;
+            shape->visible = visible;
+        } else {
+            shapes.Add(instance.get(), new ShapeInstanceImpl(instance, &scene, visible));
+        }
         NoteChange(scene, instance);
     }
     FlushChanges(scene);
@@ -169,11 +166,10 @@ du::SmartPtr<ShapeInstance> ShapeScene::AddShapeInstance(const du::SmartPtr<Inst
         // Only what the structure holds can be shown: an instance of an
         // unread branch, or one taken out of the tree, gets no shape instance.
         if (!devhost::Node(*instance).tree) return nullptr;
-        auto it = state.shapes.find(instance.get());
-        if (it != state.shapes.end()) return it->second;
+        if (devhost::ShapeInstanceImpl* present = state.shapes.Find(instance.get())) return present;
         du::SmartPtr<devhost::ShapeInstanceImpl> made(
             new devhost::ShapeInstanceImpl(instance, this, mode != AM_Hidden));
-        state.shapes.emplace(instance.get(), made);
+        state.shapes.Add(instance.get(), made);
         devhost::NoteChange(*this, instance);
         result = made;
     }
@@ -203,10 +199,10 @@ void ShapeInstance::SetVisibility(bool visible, bool branch) {
             for (const auto& child : targets[i]->children) targets.push_back(child.get());
         auto& shapes = scene->GetSceneState().shapes;
         for (devhost::InstanceNode* node : targets) {
-            auto it = shapes.find(node);
-            if (it == shapes.end() || it->second->visible == visible) continue;
-            it->second->visible = visible;
-            devhost::NoteChange(*scene, it->second->instance);
+            devhost::ShapeInstanceImpl* shape = shapes.Find(node);
+            if (!shape || shape->visible == visible) continue;
+            shape->visible = visible;
+            devhost::NoteChange(*scene, shape->instance);
         }
     }
     devhost::FlushChanges(*scene);

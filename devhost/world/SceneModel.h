@@ -1,9 +1,9 @@
 #pragma once
 
 #include <functional>
-#include <unordered_map>
 #include <vector>
 
+#include "devhost/world/ShapeTable.h"
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
 #include "qxk/Instance.h"
@@ -44,7 +44,7 @@ struct AddShapeCall {
 struct qxk::Scene::State {
     du::Symbol name;
     std::vector<du::SmartPtr<qxk::View>> views;
-    std::unordered_map<const qxk::Instance*, du::SmartPtr<devhost::ShapeInstanceImpl>> shapes;
+    devhost::ShapeTable shapes;
     std::vector<devhost::AddShapeCall> addCalls;
     du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
 };

@@ -17,9 +17,8 @@ using Counts = InstanceNode::BranchCounts;
 
 bool ShownIn(const qxk::ShapeScene* scene, const InstanceNode& node) {
     if (!scene) return false;
-    const auto& shapes = scene->GetSceneState().shapes;
-    auto it = shapes.find(&node);
-    return it != shapes.end() && it->second->visible;
+    const ShapeInstanceImpl* shape = scene->GetSceneState().shapes.Find(&node);
+    return shape && shape->visible;
 }
 
 bool Current(const Counts& counts, const qxk::ShapeScene* scene, std::uint64_t generation) {

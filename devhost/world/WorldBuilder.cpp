@@ -112,7 +112,7 @@ void WorldBuilder::AddShape(qxk::ShapeScene& scene, InstanceNode& instance, bool
 void WorldBuilder::AddShape(qxk::ShapeScene& scene, InstanceNode& instance, bool visible, const dg::Color& color) {
     AddShape(scene, instance, visible);
     WorldGuard guard(WorldMutex());
-    scene.GetSceneState().shapes[&instance]->color = color;
+    scene.GetSceneState().shapes.Find(&instance)->color = color;
 }
 
 void WorldBuilder::AddMessages(const std::string& resource, const std::map<std::string, std::string>& texts) {

@@ -82,7 +82,7 @@ InstancesChange ChangeInstances(const std::vector<std::string>& removeIdPaths,
             // A path inside a branch removed before it is gone already.
             if (InstanceNode* node = tree.Find(path)) tree.Detach(*node, change);
         for (const auto& scene : scenes)
-            for (const auto& gone : change.removed) scene->GetSceneState().shapes.erase(gone.get());
+            for (const auto& gone : change.removed) scene->GetSceneState().shapes.Remove(gone.get());
         NextWorldGeneration();
     }
     world->Tree().NotifyTree(change);

@@ -70,6 +70,7 @@ InstanceNode::~InstanceNode() {
     };
     release(children);
     if (proxy) release(proxy->branch);
+    ReleaseNodeSlot(slot);
 }
 
 WorldModel::WorldModel(const std::string& actorName, bool withTree)

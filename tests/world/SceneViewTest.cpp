@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <set>
 #include <thread>
 
@@ -100,6 +101,42 @@ TEST_F(Scenes, InstancesOutsideTheTreeGetNoShapeInstance) {
     du::SmartPtr<qxk::ShapeInstance> shape;
     EXPECT_FALSE(scene->GetShapeInstance(q1, shape));
     EXPECT_EQ(devhost::AddShapeCallsOf(*scene).size(), 1u) << "the call is still recorded";
+}
+
+// A scene's shape instances are kept by the instances' slots: a removal
+// must leave every other instance with its own shape instance, and an
+// instance that takes a gone one's slot must not inherit its shape.
+TEST_F(Scenes, ARemovedInstanceTakesOnlyItsOwnShapeInstanceAlong) {
+    ASSERT_TRUE(devhost::ShowInstance("main", "a/sub/q1", true));
+    ASSERT_TRUE(devhost::ShowInstance("main", "a/sub", false));  // the last one made
+    unsigned int count = 0;
+    scene->GetNumShapeInstances(count);
+    ASSERT_EQ(count, 5u);
+    const std::uint32_t goneSlot = devhost::FindInstanceAt("a/p1")->slot;
+
+    ASSERT_TRUE(devhost::RemoveInstanceAt("a/p1"));
+    scene->GetNumShapeInstances(count);
+    EXPECT_EQ(count, 4u);
+    EXPECT_TRUE(devhost::ShapeOf("main", "a").visible);
+    EXPECT_FALSE(devhost::ShapeOf("main", "a/p2").visible);
+    EXPECT_EQ(devhost::ShapeOf("main", "a/p2").color.GetAsHex(), 0x11223344u);
+    EXPECT_TRUE(devhost::ShapeOf("main", "a/sub/q1").visible);
+    ASSERT_TRUE(devhost::ShapeOf("main", "a/sub").present);
+    EXPECT_FALSE(devhost::ShapeOf("main", "a/sub").visible);
+    std::set<du::SmartPtr<qxk::Instance>> all;
+    scene->GetAllInstances(all);
+    EXPECT_EQ(all, (std::set<du::SmartPtr<qxk::Instance>>{Find("a"), Find("a/p2"), Find("a/sub"), Find("a/sub/q1")}));
+
+    devhost::InstanceNode* successor = devhost::AddInstanceAt("a", "p9");
+    ASSERT_NE(successor, nullptr);
+    ASSERT_EQ(successor->slot, goneSlot) << "the removed instance is gone and its slot free again";
+    du::SmartPtr<qxk::ShapeInstance> shape;
+    EXPECT_FALSE(scene->GetShapeInstance(Find("a/p9"), shape));
+    EXPECT_FALSE(devhost::ShapeOf("main", "a/p9").present);
+    ASSERT_TRUE(devhost::ShowInstance("main", "a/p9", false));
+    EXPECT_TRUE(scene->GetShapeInstance(Find("a/p9"), shape));
+    EXPECT_FALSE(shape->IsVisible());
+    EXPECT_TRUE(devhost::ShapeOf("main", "a/sub/q1").visible);
 }
 
 TEST_F(Scenes, VisibilityAndColourOfShapeInstances) {
