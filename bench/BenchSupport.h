@@ -4,43 +4,22 @@
 #include <cstddef>
 #include <vector>
 
+#include "PluginClient.h"
 #include "devhost/client/CallbackReceivers.h"
-#include "devhost/client/ClientActor.h"
-#include "devhost/client/PluginLibrary.h"
-#include "du/SmartPtr.h"
-#include "remote/WebApiModule.h"
 
 namespace bench {
 
-// The plug-in loaded from its shared library and started on the world of
-// the process, and a web client that reaches the module through the
-// messaging layer, as the viewer and a web page do. Its tree observer only
-// counts what it receives, so the client costs as little as a client can.
-// Build the world first; the plug-in is terminated and unloaded at the end.
-class PluginClient {
+// Counts the callbacks a client's object receives and nothing more, so
+// that the client costs as little as a client can.
+class CallCounter {
 public:
-    PluginClient();
-    ~PluginClient();
-    PluginClient(const PluginClient&) = delete;
-    PluginClient& operator=(const PluginClient&) = delete;
-
-    // The client's proxy of the module.
-    webapi::WebApiModule& Module() { return *module_; }
-    const du::SmartPtr<devhost::TreeObserverReceiver>& Observer() const { return observer_; }
-    // Callbacks the observer has received so far, and their payload bytes.
-    std::size_t Received() const { return received_.load(); }
-    std::size_t ReceivedBytes() const { return receivedBytes_.load(); }
-    // Returns once the host worker, the module and the client are quiet.
-    void Settle();
+    devhost::CallbackSink Sink() {
+        return [this](const devhost::ReceivedCall&) { calls_.fetch_add(1, std::memory_order_relaxed); };
+    }
+    std::size_t Calls() const { return calls_.load(); }
 
 private:
-    devhost::PluginLibrary plugin_;
-    du::SmartPtr<du::RefCounted> component_;
-    std::atomic<std::size_t> received_{0};
-    std::atomic<std::size_t> receivedBytes_{0};
-    devhost::ClientActor client_{"BenchClient"};
-    du::SmartPtr<devhost::TreeObserverReceiver> observer_;
-    du::SmartPtr<webapi::WebApiModule> module_;
+    std::atomic<std::size_t> calls_{0};
 };
 
 // The value below which the given share (0..1) of the samples fall; sorts them.

@@ -46,7 +46,7 @@ void BM_LoadInstances(benchmark::State& state) {
         world->tree->Visit(list, qxk::BaseTree::VT_DepthFirst);
         const du::Symbol request(list.text + "]");
         {
-            bench::PluginClient client;
+            support::PluginClient client;
             state.ResumeTiming();
             const Clock::time_point start = Clock::now();
             client.Module().LoadInstances(request);

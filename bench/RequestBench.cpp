@@ -85,7 +85,7 @@ void BM_RequestRoundTrip(benchmark::State& state) {
     auto world = devhost::BuildLargeWorld(params);
     SelectOneInstance();
     {
-        bench::PluginClient client;
+        support::PluginClient client;
         PingPong baseline;
         if (client.Module().GetCurrentSelection().IsNull()) {
             state.SkipWithError("no selection document");
@@ -193,7 +193,8 @@ void BM_CallbackThroughput(benchmark::State& state) {
     params.instances = 100;
     auto world = devhost::BuildLargeWorld(params);
     {
-        bench::PluginClient client;
+        bench::CallCounter received;
+        support::PluginClient client{received.Sink()};
         du::SmartPtr<dom::ManagedObject> proxy;
         devhost::MakeProxy(devhost::HandleFor(client.Observer(), 0), "webapi::TreeObserver", proxy);
         const du::SmartPtr<webapi::TreeObserver> observer = du::DynamicCast<webapi::TreeObserver>(proxy);
@@ -219,7 +220,7 @@ void BM_CallbackThroughput(benchmark::State& state) {
             baseline.WaitFor(handedOff);
             bareSeconds += MicrosecondsSince(start) / 1e6;
         }
-        if (client.Received() != state.iterations() * kBlock) state.SkipWithError("callbacks were lost");
+        if (received.Calls() != state.iterations() * kBlock) state.SkipWithError("callbacks were lost");
         const double sent = static_cast<double>(state.iterations() * kBlock);
         state.counters["msgs_per_s"] = sent / moduleSeconds;
         state.counters["base_msgs_per_s"] = sent / bareSeconds;

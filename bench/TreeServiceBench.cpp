@@ -47,7 +47,7 @@ std::string RootId() { return std::to_string(devhost::FindInstanceAt("product")-
 
 // Sends the request and waits until every side is quiet: the wall time
 // becomes the iteration's, and the process CPU time spent is given back.
-double TimedSelect(benchmark::State& state, bench::PluginClient& client, const du::Symbol& request) {
+double TimedSelect(benchmark::State& state, support::PluginClient& client, const du::Symbol& request) {
     const Clock::time_point start = Clock::now();
     const double cpuStart = ProcessCpuSeconds();
     client.Module().SelectTreeNodes(request);
@@ -61,7 +61,8 @@ double TimedSelect(benchmark::State& state, bench::PluginClient& client, const d
 void BM_NodeStateQuery(benchmark::State& state) {
     auto world = BranchWorld(state, true);
     {
-        bench::PluginClient client;
+        bench::CallCounter received;
+        support::PluginClient client{received.Sink()};
         client.Module().RegisterTreeObserver(client.Observer());
         client.Settle();
         const du::Symbol request("{\"nodes\":[\"" + RootId() + "\"],\"depth\":-1}");
@@ -69,9 +70,9 @@ void BM_NodeStateQuery(benchmark::State& state) {
         double cpu = 0.0;
         for (auto _ : state) {
             devhost::TraceLog::Clear();
-            const std::size_t before = client.Received();
+            const std::size_t before = received.Calls();
             cpu += TimedSelect(state, client, request);
-            documents = client.Received() - before - 2;  // less the opening and closing calls
+            documents = received.Calls() - before - 2;  // less the opening and closing calls
         }
         state.counters["documents"] = static_cast<double>(documents);
         state.counters["cpu_ms"] = cpu * 1e3 / static_cast<double>(state.iterations());
@@ -90,15 +91,16 @@ void BM_BranchLoad(benchmark::State& state) {
         state.PauseTiming();
         auto world = BranchWorld(state, false);
         {
-            bench::PluginClient client;
+            bench::CallCounter received;
+            support::PluginClient client{received.Sink()};
             client.Module().RegisterTreeObserver(client.Observer());
             client.Settle();
             const du::Symbol request("{\"primaryNode\":\"" + RootId() + "\"}");
-            const std::size_t before = client.Received();
+            const std::size_t before = received.Calls();
             state.ResumeTiming();
             cpu += TimedSelect(state, client, request);
             state.PauseTiming();
-            callbacks = client.Received() - before;
+            callbacks = received.Calls() - before;
         }
         world = nullptr;
         bench::DropWorld();

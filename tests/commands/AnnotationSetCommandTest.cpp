@@ -30,10 +30,8 @@ du::SmartPtr<qxk::Scene> ActiveScene() {
 
 using AnnotationSetCommand = support::PluginTest;
 
-class SampleAnnotationSets : public support::PluginTest {
+class SampleAnnotationSets : public support::SampleWorldTest {
 protected:
-    void SetUp() override { Start(""); }
-
     std::vector<bool> Applied() { return devhost::CurrentContent()->GetPlugin()->AnnotationsApplied(); }
 };
 

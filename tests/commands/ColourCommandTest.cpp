@@ -10,10 +10,8 @@
 
 namespace {
 
-class ColourCommand : public support::PluginTest {
+class ColourCommand : public support::SampleWorldTest {
 protected:
-    void SetUp() override { Start(""); }
-
     void Paint(std::vector<du::Symbol> ids, bool branch, const char* color) {
         session->Module().SetInstancesColor(ids, branch, color);
     }

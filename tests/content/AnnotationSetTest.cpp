@@ -3,9 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include "CleanProcess.h"
 #include "ContentTestSupport.h"
 #include "TestWorlds.h"
-#include "devhost/content/ContentWorldFile.h"
+#include "WorldFile.h"
 #include "devhost/content/MemoryPool.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/content/WorldContent.h"
@@ -37,25 +38,20 @@ public:
 
 class AnnotationSets : public ::testing::Test {
 protected:
-    void SetUp() override {
-        folder.Write("world.json", ctest::SmallWorld(R"(, "annotationSets": [
-            { "name": "Model", "propName": "model" },
-            { "name": "Steps", "propName": "illustration", "contentType": 2, "scene": "illustration3d" },
-            { "name": "Sheet", "scene": "plain" },
-            { "name": "Broken", "applyFails": true } ])"));
-        world = devhost::LoadContentWorldFile(folder.Path() + "/world.json");
-        manager = qxkapp::QxkApp::Get()->GetSceneManager();
-    }
     du::SmartPtr<qxk::AnnoSetTableEntry> Entry(const char* name) {
         du::SmartPtr<qxk::AnnoSetTableEntry> entry;
         EXPECT_TRUE(world->GetAnnoSetTable()->GetAnnotationEntry(name, qxk::AnnoSetContentAll, entry));
         return entry;
     }
 
-    ctest::CleanHost clean;
-    ctest::TempFolder folder;
-    du::SmartPtr<devhost::WorldModel> world;
-    du::SmartPtr<qxkapp::SceneManager> manager;
+    support::CleanProcess clean;
+    support::WorldFile file{ctest::SmallWorld(R"(, "annotationSets": [
+            { "name": "Model", "propName": "model" },
+            { "name": "Steps", "propName": "illustration", "contentType": 2, "scene": "illustration3d" },
+            { "name": "Sheet", "scene": "plain" },
+            { "name": "Broken", "applyFails": true } ])")};
+    const du::SmartPtr<devhost::WorldModel> world = file.World();
+    const du::SmartPtr<qxkapp::SceneManager> manager = qxkapp::QxkApp::Get()->GetSceneManager();
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "CleanProcess.h"
 #include "ContentTestSupport.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/content/WorldContent.h"
@@ -58,7 +59,7 @@ void ReadLikeTheModule(const du::SmartPtr<devhost::WorldModel>& world, const du:
 }  // namespace
 
 TEST(Concurrency, TheActorReadsWhileTheHostChangesSelectionMarkupsLabelsAndTheLoader) {
-    ctest::CleanHost clean;
+    support::CleanProcess clean;
     auto world = devhost::LoadDefaultSampleWorld();
     auto scene = du::DynamicCast<qxk::ShapeScene>(devhost::FindSceneNamed("Model"));
     ctest::Actor actor;

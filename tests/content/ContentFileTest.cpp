@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "ContentTestSupport.h"
+#include "CleanProcess.h"
 #include "TestWorlds.h"
-#include "devhost/content/ContentWorldFile.h"
+#include "WorldFile.h"
 #include "devhost/content/WorldContent.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/samples/SampleWorlds.h"
@@ -29,10 +29,8 @@
 namespace {
 
 std::string LoadError(const std::string& sections) {
-    ctest::TempFolder folder;
-    folder.Write("world.json", ctest::SmallWorld(sections));
     try {
-        devhost::LoadContentWorldFile(folder.Path() + "/world.json");
+        const support::WorldFile file(ctest::SmallWorld(sections));
         return "";
     } catch (const devhost::WorldFileError& e) {
         return e.what();
@@ -42,7 +40,7 @@ std::string LoadError(const std::string& sections) {
 }  // namespace
 
 TEST(ContentFile, MistakesAreReportedWithTheirPlace) {
-    ctest::CleanHost clean;
+    support::CleanProcess clean;
     EXPECT_NE(std::string::npos,
               LoadError(R"(, "geometry": { "g": { "bodies": [ { "kind": "body", "id": "b", "children": [
                   { "kind": "fase", "id": "f" } ] } ] } })")
@@ -73,7 +71,7 @@ TEST(ContentFile, MistakesAreReportedWithTheirPlace) {
 }
 
 TEST(ContentFile, InstancesMayLackAnchorOrComponentAndOthersHaveTheWorldsAnchor) {
-    ctest::CleanHost clean;
+    support::CleanProcess clean;
     auto world = devhost::LoadDefaultSampleWorld();
     auto esc = world->tree->FindInstance("drone/electronics/esc_board");
     du::SmartPtr<qxk::Anchor> anchor;
@@ -100,11 +98,10 @@ TEST(ContentFile, InstancesMayLackAnchorOrComponentAndOthersHaveTheWorldsAnchor)
 }
 
 TEST(ContentFile, AnInstanceOfAnUnreadBranchHasItsContentOnceRead) {
-    ctest::CleanHost clean;
-    ctest::TempFolder folder;
-    folder.Write("world.json", ctest::SmallWorld(R"(, "components": { "car/trailer/axle": {
+    support::CleanProcess clean;
+    const support::WorldFile file(ctest::SmallWorld(R"(, "components": { "car/trailer/axle": {
         "viewables": [ { "kind": "plain", "name": "Axle drawing", "type": "drawing" } ] } })"));
-    auto world = devhost::LoadContentWorldFile(folder.Path() + "/world.json");
+    const auto& world = file.World();
     EXPECT_FALSE(world->tree->FindInstance("car/trailer/axle"));
 
     struct Read : qxk::AsyncEvent {
@@ -128,10 +125,9 @@ TEST(ContentFile, AnInstanceOfAnUnreadBranchHasItsContentOnceRead) {
 }
 
 TEST(ContentFile, RestoringFigureVisibilityShowsEveryShapeInstanceOfAnIllustrationScene) {
-    ctest::CleanHost clean;
-    ctest::TempFolder folder;
-    folder.Write("world.json", ctest::SmallWorld(R"(, "annotationSets": [ { "name": "Steps", "scene": "illustration3d" } ])"));
-    auto world = devhost::LoadContentWorldFile(folder.Path() + "/world.json");
+    support::CleanProcess clean;
+    const support::WorldFile file(ctest::SmallWorld(R"(, "annotationSets": [ { "name": "Steps", "scene": "illustration3d" } ])"));
+    const auto& world = file.World();
     auto manager = qxkapp::QxkApp::Get()->GetSceneManager();
     du::SmartPtr<qxk::AnnoSetTableEntry> entry;
     ASSERT_TRUE(world->GetAnnoSetTable()->GetAnnotationEntry("Steps", qxk::AnnoSetContentAll, entry));

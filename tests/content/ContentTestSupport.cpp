@@ -3,10 +3,7 @@
 #include <future>
 
 #include "devhost/platform/ActorTasks.h"
-#include "devhost/platform/Faults.h"
-#include "devhost/world/Application.h"
 #include "devhost/world/HostWorker.h"
-#include "devhost/world/WorldModel.h"
 
 namespace ctest {
 namespace {
@@ -16,7 +13,6 @@ class ActorObject : public dom::ManagedObject {};
 }  // namespace
 
 Actor::Actor() : object(new ActorObject), actor_(object, "content-test-actor") {
-    actor_.Start();
     Run([this] { threadId_ = std::this_thread::get_id(); });
 }
 
@@ -46,18 +42,6 @@ bool Actor::SettleUntil(const std::function<bool()>& done) {
         devhost::DrainHostWorker();
     }
     return met;
-}
-
-CleanHost::CleanHost() {
-    devhost::DropWorld();
-    devhost::DropApplication();
-}
-
-CleanHost::~CleanHost() {
-    devhost::DisarmAllFaults();
-    devhost::DrainHostWorker();
-    devhost::DropWorld();
-    devhost::DropApplication();
 }
 
 }  // namespace ctest

@@ -29,14 +29,8 @@ public:
     du::SmartPtr<dom::ManagedObject> object;
 
 private:
-    ptest::TestActor actor_;
+    ptest::RunningActor actor_;
     std::thread::id threadId_;
-};
-
-// Drops world and application and disarms faults at the end of a test.
-struct CleanHost {
-    CleanHost();
-    ~CleanHost();
 };
 
 }  // namespace ctest

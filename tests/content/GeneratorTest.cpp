@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "ContentTestSupport.h"
+#include "CleanProcess.h"
 #include "devhost/samples/LargeWorld.h"
 #include "devhost/samples/PngEncoder.h"
 #include "TestWorlds.h"
@@ -14,7 +14,7 @@
 #include "qxk/Viewables.h"
 
 TEST(Generator, BuildsTheAskedNumberWithDepthFanOutAndShareOfProxies) {
-    ctest::CleanHost clean;
+    support::CleanProcess clean;
     ctest::TempFolder folder;
     devhost::LargeWorldParams params;
     params.instances = 1000;
@@ -56,7 +56,7 @@ TEST(Generator, BuildsTheAskedNumberWithDepthFanOutAndShareOfProxies) {
 }
 
 TEST(Generator, StopsAtWhatDepthAndFanOutCanHold) {
-    ctest::CleanHost clean;
+    support::CleanProcess clean;
     devhost::LargeWorldParams params;
     params.instances = 1000000;
     params.depth = 2;

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "CleanProcess.h"
 #include "ContentTestSupport.h"
 #include "TestWorlds.h"
 #include "devhost/content/ContentWorldFile.h"
@@ -68,7 +69,7 @@ protected:
         return actor.SettleUntil([&] { return Order().size() >= count; });
     }
 
-    ctest::CleanHost clean;
+    support::CleanProcess clean;
     ctest::TempFolder folder;
     ctest::Actor actor;
     Arrivals arrivals;

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "ContentTestSupport.h"
+#include "CleanProcess.h"
 #include "TestWorlds.h"
-#include "devhost/content/ContentWorldFile.h"
+#include "WorldFile.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/world/WorldControl.h"
 #include "qxg/Shape.h"
@@ -36,8 +36,7 @@ struct KindCounter : qxg::ShapeVisitor {
 class Markups : public ::testing::Test {
 protected:
     void SetUp() override {
-        folder.Write("world.json", ctest::SmallWorld(""));
-        auto world = devhost::LoadContentWorldFile(folder.Path() + "/world.json");
+        const auto& world = file.World();
         auto scene = du::DynamicCast<qxk::ShapeScene>(devhost::FindSceneNamed("Model"));
         ASSERT_TRUE(scene->GetShapeInstance(world->tree->FindInstance("car/wheel_left"), left));
         ASSERT_TRUE(scene->GetShapeInstance(world->tree->FindInstance("car/wheel_right"), right));
@@ -49,8 +48,8 @@ protected:
         return du::SmartPtr<qxg::Markup>(dynamic_cast<qxg::Markup*>(shape->GetObject(id)));
     }
 
-    ctest::CleanHost clean;
-    ctest::TempFolder folder;
+    support::CleanProcess clean;
+    support::WorldFile file{ctest::SmallWorld("")};
     du::SmartPtr<qxk::ShapeInstance> left, right, body;
     du::SmartPtr<qxk::Shape> wheel;
 };

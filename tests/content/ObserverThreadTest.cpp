@@ -9,9 +9,10 @@
 #include <thread>
 #include <vector>
 
+#include "CleanProcess.h"
 #include "ContentTestSupport.h"
 #include "TestWorlds.h"
-#include "devhost/content/ContentWorldFile.h"
+#include "WorldFile.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/world/WorldControl.h"
 #include "qxk/Scene.h"
@@ -53,8 +54,6 @@ private:
 class ObserverThreads : public ::testing::Test {
 protected:
     void SetUp() override {
-        folder.Write("world.json", ctest::SmallWorld(""));
-        devhost::LoadContentWorldFile(folder.Path() + "/world.json");
         devhost::FindSceneNamed("Model")->GetSelectionManager(selection);
         devhost::FindViewNamed("Main")->GetWorkflowManager(workflows);
         ASSERT_TRUE(selection && workflows);
@@ -69,8 +68,8 @@ protected:
         workflows->SendWorkflowMessage("measure", "start", 1, nullptr);
     }
 
-    ctest::CleanHost clean;
-    ctest::TempFolder folder;
+    support::CleanProcess clean;
+    support::WorldFile file{ctest::SmallWorld("")};
     std::unique_ptr<ctest::Actor> actor{new ctest::Actor};
     du::SmartPtr<ThreadRecorder> recorder{new ThreadRecorder};
     du::SmartPtr<qxk::SelectionManager> selection;

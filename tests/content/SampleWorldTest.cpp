@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "CleanProcess.h"
 #include "ContentTestSupport.h"
 #include "devhost/content/WorldContent.h"
 #include "devhost/samples/SampleWorlds.h"
@@ -40,7 +41,7 @@ class SampleWorld : public ::testing::Test {
 protected:
     void SetUp() override { world = devhost::LoadDefaultSampleWorld(); }
 
-    ctest::CleanHost clean;
+    support::CleanProcess clean;
     du::SmartPtr<devhost::WorldModel> world;
 };
 

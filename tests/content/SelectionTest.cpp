@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "CleanProcess.h"
 #include "ContentTestSupport.h"
 #include "TestWorlds.h"
-#include "devhost/content/ContentWorldFile.h"
+#include "WorldFile.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/content/WorldContent.h"
 #include "devhost/platform/Faults.h"
@@ -18,16 +19,14 @@ namespace {
 class Selection : public ::testing::Test {
 protected:
     void SetUp() override {
-        folder.Write("world.json", ctest::SmallWorld(R"(, "selection": [ { "scene": "Model", "items": [
-            { "contentType": "objectselectionitem", "fields": { "instance": "car/body", "pick_point": "1 2 3" } },
-            { "contentType": "groupselectionitem", "fields": { "groupname": "Wheels" } } ] } ])"));
-        devhost::LoadContentWorldFile(folder.Path() + "/world.json");
         devhost::FindSceneNamed("Model")->GetSelectionManager(manager);
         ASSERT_TRUE(manager);
     }
 
-    ctest::CleanHost clean;
-    ctest::TempFolder folder;
+    support::CleanProcess clean;
+    support::WorldFile file{ctest::SmallWorld(R"(, "selection": [ { "scene": "Model", "items": [
+            { "contentType": "objectselectionitem", "fields": { "instance": "car/body", "pick_point": "1 2 3" } },
+            { "contentType": "groupselectionitem", "fields": { "groupname": "Wheels" } } ] } ])")};
     du::SmartPtr<qxk::SelectionManager> manager;
 };
 

@@ -8,11 +8,10 @@
 #include <mutex>
 
 #include "GatewayTestSupport.h"
-#include "devhost/client/PluginLibrary.h"
+#include "PluginClient.h"
 #include "devhost/samples/SampleWorlds.h"
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/WorldControl.h"
-#include "qxk/ActiveModule.h"
 
 namespace gtest_gateway {
 namespace {
@@ -21,31 +20,21 @@ class GatewayModule : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
         devhost::LoadDefaultSampleWorld();
-        plugin = std::make_unique<devhost::PluginLibrary>(WEBAPI_PLUGIN_PATH);
-        ASSERT_TRUE(plugin->IsLoaded()) << plugin->Error();
-        ASSERT_TRUE(plugin->Init());
-        du::SmartPtr<du::RefCounted> component;
-        ASSERT_TRUE(plugin->CreateComponent("world", "web", "api", component));
-        actorName = dynamic_cast<qxk::ActiveModule&>(*component).GetActorName().str();
+        plugin = std::make_unique<support::PluginClient>();
     }
-    static void TearDownTestSuite() {
-        plugin->Terminate();
-        plugin.reset();
-    }
+    static void TearDownTestSuite() { plugin.reset(); }
 
     static devhost::gateway::GatewayOptions Options() {
         devhost::gateway::GatewayOptions options;
-        options.actorName = actorName;
+        options.actorName = plugin->ActorName().str();
         return options;
     }
 
-    static std::unique_ptr<devhost::PluginLibrary> plugin;
-    static std::string actorName;
+    static std::unique_ptr<support::PluginClient> plugin;
     RunningGateway gateway{Options()};
 };
 
-std::unique_ptr<devhost::PluginLibrary> GatewayModule::plugin;
-std::string GatewayModule::actorName;
+std::unique_ptr<support::PluginClient> GatewayModule::plugin;
 
 TEST_F(GatewayModule, ListsTheModulesThreeInterfacesFromItsFactories) {
     auto reply = gateway.Get("/api/interfaces");

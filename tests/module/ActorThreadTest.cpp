@@ -45,6 +45,29 @@ protected:
             entry.text, std::regex("Actor WebApiModuleThread- shutting down queue 0x" + queueDigits + "\n")))
             << entry.text;
     }
+
+    // The actor's trace was one entry of the type and text given, then the
+    // shutdown line naming the queue; gives that line.
+    static std::string ExpectEntryThenShutdown(int type, const std::string& text,
+                                               const std::string& queueDigits = "[0-9a-f]{8}") {
+        const auto entries = ActorEntries();
+        if (entries.size() != 2u) {
+            ADD_FAILURE() << entries.size() << " entries";
+            return "";
+        }
+        EXPECT_EQ(entries[0].type, type);
+        EXPECT_EQ(entries[0].text, text);
+        ExpectShutdownLine(entries[1], queueDigits);
+        return entries[1].text;
+    }
+};
+
+// The fault armed at one host point while the actor starts or serves, and
+// the entry that the actor's clause for it writes.
+struct ClauseFault {
+    devhost::FaultKind kind;
+    int type;
+    std::string entry;
 };
 
 TEST_F(ActorThreadTest, OrderlyEndWritesTheShutdownLineOnce) {
@@ -87,22 +110,12 @@ TEST_F(ActorThreadTest, ExceptionFromTheStopHookIsWrittenAndTheEndStillComes) {
         ASSERT_TRUE(host->Start(true));
         host.reset();
 
-        const auto entries = ActorEntries();
-        ASSERT_EQ(entries.size(), 2u);
-        EXPECT_EQ(entries[0].type, 3);
-        EXPECT_EQ(entries[0].text, words);
-        ExpectShutdownLine(entries[1], "[0-9a-f]{8}");
+        ExpectEntryThenShutdown(3, words);
         EXPECT_TRUE(TraceEntriesOf("dp").empty());
     }
 }
 
-struct LoopFault {
-    devhost::FaultKind kind;
-    int type;
-    std::string entry;
-};
-
-class ActorLoopFaultTest : public ActorThreadTest, public ::testing::WithParamInterface<LoopFault> {};
+class ActorLoopFaultTest : public ActorThreadTest, public ::testing::WithParamInterface<ClauseFault> {};
 
 // An exception out of a command ends the actor for good: one entry in the
 // clause's words, nothing served afterwards, and the object stays until it
@@ -118,27 +131,22 @@ TEST_P(ActorLoopFaultTest, ExceptionFromACommandEndsTheActor) {
     EXPECT_EQ(host->GetActorName(), "WebApiModuleThread-");
     host.reset();
     EXPECT_EQ(RecordingModule::Calls(), (std::vector<std::string>{"GetCurrentSelection", "OnActorStopped"}));
-
-    const auto entries = ActorEntries();
-    ASSERT_EQ(entries.size(), 2u);
-    EXPECT_EQ(entries[0].type, GetParam().type);
-    EXPECT_EQ(entries[0].text, GetParam().entry);
-    ExpectShutdownLine(entries[1], "[0-9a-f]{8}");
+    ExpectEntryThenShutdown(GetParam().type, GetParam().entry);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     EveryClause, ActorLoopFaultTest,
     ::testing::Values(
-        LoopFault{devhost::FaultKind::ThrowActorShutdown, 0, "Got a ActorShutdownException:-\n\tbroken reply\n"},
-        LoopFault{devhost::FaultKind::ThrowConnectionLost, 3,
+        ClauseFault{devhost::FaultKind::ThrowActorShutdown, 0, "Got a ActorShutdownException:-\n\tbroken reply\n"},
+        ClauseFault{devhost::FaultKind::ThrowConnectionLost, 3,
                   "Actor WebApiModuleThread- got a ConnectionLostException:-\n\tbroken reply\n"},
-        LoopFault{devhost::FaultKind::ThrowMessageProtocol, 3,
+        ClauseFault{devhost::FaultKind::ThrowMessageProtocol, 3,
                   "Actor WebApiModuleThread- got a MessageProtocolException:-\n\tbroken reply\n"},
-        LoopFault{devhost::FaultKind::ThrowInvalidActor, 3,
+        ClauseFault{devhost::FaultKind::ThrowInvalidActor, 3,
                   "Actor WebApiModuleThread- got a InvalidActorException:-\n\tbroken reply\n"},
-        LoopFault{devhost::FaultKind::ThrowStd, 3,
+        ClauseFault{devhost::FaultKind::ThrowStd, 3,
                   "Actor WebApiModuleThread- got a standard exception:- broken reply\n"},
-        LoopFault{devhost::FaultKind::ThrowUnknown, 3, "Actor WebApiModuleThread- got an unexpected exception.\n"}));
+        ClauseFault{devhost::FaultKind::ThrowUnknown, 3, "Actor WebApiModuleThread- got an unexpected exception.\n"}));
 
 // Without its queue the actor never serves: the loop is skipped and the end
 // still comes, with no queue to show.
@@ -151,21 +159,10 @@ TEST_F(ActorThreadTest, FailedStartupSkipsTheLoop) {
     EXPECT_FALSE(dom::ManagedObject::FindActor(host->GetActorName(), du::Symbol("webapi::WebApiModule"), module));
     host.reset();
     EXPECT_EQ(RecordingModule::Calls(), std::vector<std::string>{"OnActorStopped"});
-
-    const auto entries = ActorEntries();
-    ASSERT_EQ(entries.size(), 2u);
-    EXPECT_EQ(entries[0].type, 3);
-    EXPECT_EQ(entries[0].text, "Actor WebApiModuleThread- got a standard exception:- std::bad_alloc\n");
-    ExpectShutdownLine(entries[1], "00000000");
+    ExpectEntryThenShutdown(3, "Actor WebApiModuleThread- got a standard exception:- std::bad_alloc\n", "00000000");
 }
 
-struct StartupFault {
-    devhost::FaultKind kind;
-    int type;
-    std::string entry;
-};
-
-class ActorStartupFaultTest : public ActorThreadTest, public ::testing::WithParamInterface<StartupFault> {};
+class ActorStartupFaultTest : public ActorThreadTest, public ::testing::WithParamInterface<ClauseFault> {};
 
 // A start-up that fails once the queue is made: the clause's entry, no loop,
 // and the thread itself lets go of the queue it made, so the shutdown line
@@ -179,21 +176,17 @@ TEST_P(ActorStartupFaultTest, FailureAfterTheQueueIsMadeSkipsTheLoop) {
     EXPECT_FALSE(dom::ManagedObject::FindActor(host->GetActorName(), du::Symbol("webapi::WebApiModule"), module));
     host.reset();
 
-    const auto entries = ActorEntries();
-    ASSERT_EQ(entries.size(), 2u);
-    EXPECT_EQ(entries[0].type, GetParam().type);
-    EXPECT_EQ(entries[0].text, GetParam().entry);
-    ExpectShutdownLine(entries[1], "[0-9a-f]{8}");
-    EXPECT_EQ(entries[1].text.find("0x00000000"), std::string::npos) << entries[1].text;
+    const std::string shutdown = ExpectEntryThenShutdown(GetParam().type, GetParam().entry);
+    EXPECT_EQ(shutdown.find("0x00000000"), std::string::npos) << shutdown;
 }
 
 INSTANTIATE_TEST_SUITE_P(
     EveryClause, ActorStartupFaultTest,
     ::testing::Values(
-        StartupFault{devhost::FaultKind::ThrowActorShutdown, 0, "Got a ActorShutdownException:-\n\tnot bound\n"},
-        StartupFault{devhost::FaultKind::ThrowConnectionLost, 3,
+        ClauseFault{devhost::FaultKind::ThrowActorShutdown, 0, "Got a ActorShutdownException:-\n\tnot bound\n"},
+        ClauseFault{devhost::FaultKind::ThrowConnectionLost, 3,
                      "Actor WebApiModuleThread- got a standard exception:- not bound\n"},
-        StartupFault{devhost::FaultKind::ThrowUnknown, 3, "Actor WebApiModuleThread- got an unexpected exception.\n"}));
+        ClauseFault{devhost::FaultKind::ThrowUnknown, 3, "Actor WebApiModuleThread- got an unexpected exception.\n"}));
 
 // A refused binding is not noticed: the loop is entered and ends at once on
 // a queue that serves nothing, and the end is the orderly one.

@@ -14,6 +14,7 @@
 #include "dom/Exceptions.h"
 #include "dom/ManagedObject.h"
 #include "du/Symbol.h"
+#include "tests/platform/TestActor.h"
 
 namespace mtest {
 namespace {
@@ -59,41 +60,33 @@ protected:
     du::SmartPtr<dom::ManagedObject> module;
 };
 
-TEST_F(DispatchTest, OtherMethodTablesAreTurnedDown) {
-    ExpectRejected(0, {}, "Unexpected method table 1for interface \"webapi::WebApiModuleLocalImpl\".\n", 1);
-    devhost::TraceLog::Clear();
-    ExpectRejected(0, {}, "Unexpected method table -1for interface \"webapi::WebApiModuleLocalImpl\".\n", -1);
-}
-
-TEST_F(DispatchTest, TagsOutOfRangeKeepTheirSign) {
-    ExpectRejected(30, {}, "Unexpected tag offset 30for interface \"webapi::WebApiModuleLocalImpl\".\n");
-    devhost::TraceLog::Clear();
-    ExpectRejected(-1, {}, "Unexpected tag offset -1for interface \"webapi::WebApiModuleLocalImpl\".\n");
-}
-
-TEST_F(DispatchTest, MessageThatEndsTooSoonReadsAsBadTag) {
-    ExpectRejected(2, {}, "Unexpected tag offset 2for interface \"webapi::WebApiModuleLocalImpl\".\n");
-}
-
-TEST_F(DispatchTest, ValueOfWrongTypeReadsAsBadTag) {
-    ExpectRejected(2, {MessageValue(1.5)}, "Unexpected tag offset 2for interface \"webapi::WebApiModuleLocalImpl\".\n");
-}
-
-TEST_F(DispatchTest, AddAnnotationLabelWithTwoDoublesRunsNothing) {
-    ExpectRejected(6, {du::Symbol("label"), 1.0, 2.0},
-                   "Unexpected tag offset 6for interface \"webapi::WebApiModuleLocalImpl\".\n");
-}
-
-TEST_F(DispatchTest, SequenceShorterThanItsCountRunsNothing) {
-    ExpectRejected(1, {std::uint32_t{3}, du::Symbol("a"), du::Symbol("b")},
-                   "Unexpected tag offset 1for interface \"webapi::WebApiModuleLocalImpl\".\n");
-}
-
-// A count that the message cannot back is a short message like any other:
-// it must neither exhaust memory nor end the actor.
-TEST_F(DispatchTest, HugeSequenceCountIsAShortMessage) {
-    ExpectRejected(1, {std::uint32_t{0xFFFFFFFFu}, du::Symbol("a"), du::Symbol("b")},
-                   "Unexpected tag offset 1for interface \"webapi::WebApiModuleLocalImpl\".\n");
+// Each request that the dispatcher turns down, alone: another method table
+// or a tag out of range, both keeping their sign, and arguments that end too
+// soon or have the wrong type. A sequence count that the message cannot
+// back is a short message like any other: it must neither exhaust memory
+// nor end the actor.
+TEST_F(DispatchTest, MalformedRequestsAreTurnedDownWithTheirEntry) {
+    const struct {
+        short table, tag;
+        Values values;
+        const char* entry;
+    } rows[] = {
+        {1, 0, {}, "Unexpected method table 1"},
+        {-1, 0, {}, "Unexpected method table -1"},
+        {0, 30, {}, "Unexpected tag offset 30"},
+        {0, -1, {}, "Unexpected tag offset -1"},
+        {0, 2, {}, "Unexpected tag offset 2"},
+        {0, 2, {MessageValue(1.5)}, "Unexpected tag offset 2"},
+        {0, 6, {du::Symbol("label"), 1.0, 2.0}, "Unexpected tag offset 6"},
+        {0, 1, {std::uint32_t{3}, du::Symbol("a"), du::Symbol("b")}, "Unexpected tag offset 1"},
+        {0, 1, {std::uint32_t{0xFFFFFFFFu}, du::Symbol("a"), du::Symbol("b")}, "Unexpected tag offset 1"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.entry);
+        devhost::TraceLog::Clear();
+        ExpectRejected(row.tag, row.values,
+                       std::string(row.entry) + "for interface \"webapi::WebApiModuleLocalImpl\".\n", row.table);
+    }
     EXPECT_EQ(Send(0, {}), "S:GetCurrentSelection result");
 }
 
@@ -124,8 +117,8 @@ TEST_F(DispatchTest, RequestWithoutReplyMarkIsServedToo) {
 TEST_F(DispatchTest, EveryMessageIdReachesItsMethod) {
     const du::SmartPtr<CaptureServer> viewables(new CaptureServer({"webapi::ViewablesRequest"}, {}));
     const du::SmartPtr<CaptureServer> observer(new CaptureServer({"webapi::TreeObserver"}, {}));
-    const ServingThread viewablesClient(viewables, "ViewablesClient");
-    const ServingThread observerClient(observer, "ObserverClient");
+    const ptest::RunningActor viewablesClient(viewables, "ViewablesClient");
+    const ptest::RunningActor observerClient(observer, "ObserverClient");
     struct Row {
         short tag;
         Values values;
@@ -180,7 +173,7 @@ TEST_F(DispatchTest, EveryMessageIdReachesItsMethod) {
 
 TEST_F(DispatchTest, ReferenceWithoutItsIntegerRunsNothing) {
     const du::SmartPtr<CaptureServer> request(new CaptureServer({"webapi::ViewablesRequest"}, {}));
-    const ServingThread client(request, "ViewablesClient");
+    const ptest::RunningActor client(request, "ViewablesClient");
     const HandleValue handle = devhost::MakeHandle(request, 0);
     ExpectRejected(10, {handle}, "Unexpected tag offset 10for interface \"webapi::WebApiModuleLocalImpl\".\n");
     Send(10, {handle, 5});
@@ -190,8 +183,8 @@ TEST_F(DispatchTest, ReferenceWithoutItsIntegerRunsNothing) {
 TEST_F(DispatchTest, ReferenceToAnotherInterfaceArrivesAsNull) {
     const du::SmartPtr<CaptureServer> other(new CaptureServer({"webapi::ViewablesRequest"}, {}));
     const du::SmartPtr<CaptureServer> observer(new CaptureServer({"webapi::TreeObserver"}, {}));
-    const ServingThread otherClient(other, "OtherClient");
-    const ServingThread observerClient(observer, "ObserverClient");
+    const ptest::RunningActor otherClient(other, "OtherClient");
+    const ptest::RunningActor observerClient(observer, "ObserverClient");
     Send(14, {devhost::MakeHandle(other, 0)});
     Send(14, {devhost::MakeHandle(observer, 0)});
     Send(14, {HandleValue{}});

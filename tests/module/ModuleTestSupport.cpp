@@ -8,22 +8,6 @@
 
 namespace mtest {
 
-ServingThread::ServingThread(const du::SmartPtr<dom::ManagedObject>& served, const char* name)
-    : queue(new dom::GenericMessageQueue), object(served) {
-    object->ManageSelf(queue, du::Symbol(name), dom::ManagedObject::SCOPE_Global);
-    thread = std::thread([this] {
-        try {
-            object->RunMessageLoop();
-        } catch (...) {
-        }
-    });
-}
-
-ServingThread::~ServingThread() {
-    queue->ShutdownQueue(dom::MessageQueue::SM_Immediate);
-    thread.join();
-}
-
 CaptureServer::CaptureServer(std::vector<std::string> claimed, std::vector<devhost::MessageValue> answer)
     : interfaces(std::move(claimed)), reply(std::move(answer)) {}
 

@@ -1,36 +1,17 @@
 #pragma once
 
 #include <cstddef>
-#include <exception>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "devhost/platform/MessageValue.h"
 #include "devhost/platform/TraceLog.h"
 #include "dom/ManagedObject.h"
-#include "dom/MessageQueue.h"
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
 
 namespace mtest {
-
-// Serves one object on a new queue, on a thread of its own, as an actor does.
-class ServingThread {
-public:
-    ServingThread(const du::SmartPtr<dom::ManagedObject>& object, const char* name);
-    ~ServingThread();
-    ServingThread(const ServingThread&) = delete;
-    ServingThread& operator=(const ServingThread&) = delete;
-
-    const du::SmartPtr<dom::MessageQueue>& Queue() const { return queue; }
-
-private:
-    du::SmartPtr<dom::MessageQueue> queue;
-    du::SmartPtr<dom::ManagedObject> object;
-    std::thread thread;
-};
 
 // A far object that records each message it gets and answers every request
 // with the same values. It claims the interfaces it is given, so that

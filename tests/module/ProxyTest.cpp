@@ -12,6 +12,7 @@
 #include "dom/Message.h"
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
+#include "tests/platform/TestActor.h"
 #include "remote/TreeObserver.h"
 #include "remote/ViewablesRequest.h"
 #include "remote/WebApiModule.h"
@@ -43,7 +44,7 @@ public:
 
 TEST(ProxyTest, ServiceWaitsForItsReplyAndCallbacksDoNot) {
     const du::SmartPtr<CaptureServer> server(new CaptureServer(kAllInterfaces, {}));
-    const ServingThread serving(server, "CaptureServer");
+    const ptest::RunningActor serving(server, "CaptureServer");
     ProxyOf<webapi::WebApiModule>("CaptureServer", "webapi::WebApiModule")->RestoreInstancesVisibility();
     ProxyOf<webapi::TreeObserver>("CaptureServer", "webapi::TreeObserver")->OnTreeMapping(du::Symbol("doc"));
     ProxyOf<webapi::ViewablesRequest>("CaptureServer", "webapi::ViewablesRequest")->EndViewablesResult(9);
@@ -66,7 +67,7 @@ TEST(ProxyTest, ServiceWaitsForItsReplyAndCallbacksDoNot) {
 
 TEST(ProxyTest, ArgumentsGoInSignatureOrder) {
     const du::SmartPtr<CaptureServer> server(new CaptureServer(kAllInterfaces, {}));
-    const ServingThread serving(server, "CaptureServer");
+    const ptest::RunningActor serving(server, "CaptureServer");
     const auto module = ProxyOf<webapi::WebApiModule>("CaptureServer", "webapi::WebApiModule");
     module->SetInstancesColor({du::Symbol("a"), du::Symbol("b")}, true, du::Symbol("ff"));
     module->SetInstancesColor({}, false, du::Symbol());
@@ -81,7 +82,7 @@ TEST(ProxyTest, ArgumentsGoInSignatureOrder) {
 
 TEST(ProxyTest, ReferenceCarriesItsTableAndNullHasTableZero) {
     const du::SmartPtr<CaptureServer> server(new CaptureServer(kAllInterfaces, {}));
-    const ServingThread serving(server, "CaptureServer");
+    const ptest::RunningActor serving(server, "CaptureServer");
     const auto module = ProxyOf<webapi::WebApiModule>("CaptureServer", "webapi::WebApiModule");
     const du::SmartPtr<LocalObserver> observer(new LocalObserver);
     module->RegisterTreeObserver(nullptr);
@@ -98,8 +99,8 @@ TEST(ProxyTest, ReferenceCarriesItsTableAndNullHasTableZero) {
 TEST(ProxyTest, ResultsAndOutArgumentComeFromTheReply) {
     const du::SmartPtr<CaptureServer> texts(new CaptureServer(kAllInterfaces, {du::Symbol("reply")}));
     const du::SmartPtr<CaptureServer> numbers(new CaptureServer(kAllInterfaces, {std::uint32_t{4}}));
-    const ServingThread textServing(texts, "TextServer");
-    const ServingThread numberServing(numbers, "NumberServer");
+    const ptest::RunningActor textServing(texts, "TextServer");
+    const ptest::RunningActor numberServing(numbers, "NumberServer");
     const auto textModule = ProxyOf<webapi::WebApiModule>("TextServer", "webapi::WebApiModule");
     const auto numberModule = ProxyOf<webapi::WebApiModule>("NumberServer", "webapi::WebApiModule");
 
@@ -114,8 +115,8 @@ TEST(ProxyTest, ResultsAndOutArgumentComeFromTheReply) {
 TEST(ProxyTest, MissingOrMistypedResultThrows) {
     const du::SmartPtr<CaptureServer> empty(new CaptureServer(kAllInterfaces, {}));
     const du::SmartPtr<CaptureServer> numbers(new CaptureServer(kAllInterfaces, {std::uint32_t{4}}));
-    const ServingThread emptyServing(empty, "EmptyServer");
-    const ServingThread numberServing(numbers, "NumberServer");
+    const ptest::RunningActor emptyServing(empty, "EmptyServer");
+    const ptest::RunningActor numberServing(numbers, "NumberServer");
     const auto emptyModule = ProxyOf<webapi::WebApiModule>("EmptyServer", "webapi::WebApiModule");
     const auto numberModule = ProxyOf<webapi::WebApiModule>("NumberServer", "webapi::WebApiModule");
 
@@ -134,7 +135,7 @@ TEST(ProxyTest, MissingOrMistypedResultThrows) {
 
 TEST(ProxyTest, MessageToAProxyNamesItsClass) {
     const du::SmartPtr<CaptureServer> server(new CaptureServer(kAllInterfaces, {}));
-    const ServingThread serving(server, "CaptureServer");
+    const ptest::RunningActor serving(server, "CaptureServer");
     const char* const classes[] = {"webapi_WebApiModule_proxy", "webapi_TreeObserver_proxy",
                                    "webapi_ViewablesRequest_proxy"};
     for (int i = 0; i < 3; ++i) {
@@ -152,7 +153,7 @@ TEST(ProxyTest, MessageToAProxyNamesItsClass) {
 
 TEST(ProxyTest, ProxyAnswersForItsOwnInterfaceOnly) {
     const du::SmartPtr<CaptureServer> server(new CaptureServer(kAllInterfaces, {}));
-    const ServingThread serving(server, "CaptureServer");
+    const ptest::RunningActor serving(server, "CaptureServer");
     du::SmartPtr<dom::ManagedObject> proxy;
     ASSERT_TRUE(dom::ManagedObject::FindActor(du::Symbol("CaptureServer"), du::Symbol("webapi::TreeObserver"), proxy));
     EXPECT_EQ(proxy->BaseClassOffsetByName(du::Symbol("webapi::TreeObserver")), 0);
@@ -170,8 +171,8 @@ TEST(ProxyTest, IdsAreReboundForAPeerHost) {
         {du::Symbol("OnTreeUpdateEnd"), du::Symbol("OnTreeUpdate__IS"), du::Symbol("OnTreeUpdateBegin"),
          du::Symbol("OnTreeMappingEnd"), du::Symbol("OnTreeMapping__IS"), du::Symbol("OnTreeMappingBegin")});
     const du::SmartPtr<CaptureServer> server(new CaptureServer(kAllInterfaces, {}));
-    const ServingThread serving(server, "PeerObserver");
-    devhost::SetQueueHost(serving.Queue(), kPeer);
+    const ptest::RunningActor serving(server, "PeerObserver");
+    devhost::SetQueueHost(serving.queue, kPeer);
     const auto observer = ProxyOf<webapi::TreeObserver>("PeerObserver", "webapi::TreeObserver");
     observer->OnTreeMappingBegin();
     observer->OnTreeUpdate(du::Symbol("doc"));

@@ -49,11 +49,9 @@ dom::MessagePtr MessageWithHandle(const du::SmartPtr<dom::ManagedObject>& sender
 
 class Handles : public ::testing::Test {
 protected:
-    Handles() : server(new ptest::CounterServer), actor(server, "Handles.Counter") { actor.Start(); }
-
     ptest::CounterFactoryRegistration registration;
-    du::SmartPtr<ptest::CounterServer> server;
-    ptest::TestActor actor;
+    du::SmartPtr<ptest::CounterServer> server{new ptest::CounterServer};
+    ptest::RunningActor actor{server, "Handles.Counter"};
 };
 
 TEST_F(Handles, AHandleDecodesToAProxyBoundToTheObject) {

@@ -20,7 +20,6 @@ using devhost::MessageValue;
 
 class Messaging : public ::testing::Test {
 protected:
-    Messaging() : server(new ptest::CounterServer), actor(server, "Messaging.Counter") { actor.Start(); }
     ~Messaging() override { devhost::DisarmAllFaults(); }
 
     du::SmartPtr<ptest::Counter> CounterProxy() {
@@ -39,8 +38,8 @@ protected:
     }
 
     ptest::CounterFactoryRegistration registration;
-    du::SmartPtr<ptest::CounterServer> server;
-    ptest::TestActor actor;
+    du::SmartPtr<ptest::CounterServer> server{new ptest::CounterServer};
+    ptest::RunningActor actor{server, "Messaging.Counter"};
 };
 
 }  // namespace

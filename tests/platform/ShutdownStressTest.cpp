@@ -107,8 +107,7 @@ protected:
 TEST_P(ShutdownStress, EveryRequestEndsOnceAsAReplyOrAShutdown) {
     std::vector<ClientLog> logs(kClients);
     {
-        ptest::TestActor actor(server, "ShutdownStress.Tally");
-        actor.Start();
+        ptest::RunningActor actor(server, "ShutdownStress.Tally");
         std::vector<std::thread> clients;
         for (int c = 0; c < kClients; ++c)
             clients.emplace_back([this, c, &logs, counter = FindTally()] { Client(c, counter, logs[c]); });

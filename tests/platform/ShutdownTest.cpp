@@ -41,8 +41,7 @@ struct Blocker {
 
 TEST(Shutdown, ImmediateShutdownFailsQueuedSendersAndServesNothingTwice) {
     du::SmartPtr<ptest::CounterServer> server(new ptest::CounterServer);
-    ptest::TestActor actor(server, "Shutdown.Immediate");
-    actor.Start();
+    ptest::RunningActor actor(server, "Shutdown.Immediate");
     Blocker blocker(*server);
 
     constexpr int kSenders = 5;
@@ -73,8 +72,7 @@ TEST(Shutdown, ImmediateShutdownFailsQueuedSendersAndServesNothingTwice) {
 
 TEST(Shutdown, WhenIdleServesWhatIsQueuedFirst) {
     du::SmartPtr<ptest::CounterServer> server(new ptest::CounterServer);
-    ptest::TestActor actor(server, "Shutdown.WhenIdle");
-    actor.Start();
+    ptest::RunningActor actor(server, "Shutdown.WhenIdle");
     {
         Blocker blocker(*server);
         for (int i = 0; i < 3; ++i)
@@ -156,8 +154,7 @@ TEST(Shutdown, ObjectsBoundToAQueueThatNobodyHoldsAreLetGo) {
 
 TEST(Shutdown, AnObjectLetGoAndFreedWhileItsRequestsAreQueuedFailsThemAsAnInvalidActor) {
     du::SmartPtr<ptest::CounterServer> server(new ptest::CounterServer);
-    ptest::TestActor actor(server, "Shutdown.LetGo");
-    actor.Start();
+    ptest::RunningActor actor(server, "Shutdown.LetGo");
     bool freed = false;
     struct Mortal : ptest::CounterServer {
         explicit Mortal(bool* freed) : freed(freed) {}

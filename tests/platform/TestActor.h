@@ -42,4 +42,9 @@ public:
     std::exception_ptr ended;  // what ended the loop, if anything did
 };
 
+// A TestActor whose loop runs from the start.
+struct RunningActor : TestActor {
+    RunningActor(const du::SmartPtr<dom::ManagedObject>& object, const char* name) : TestActor(object, name) { Start(); }
+};
+
 }  // namespace ptest

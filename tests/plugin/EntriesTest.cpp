@@ -1,16 +1,17 @@
 // The plug-in as the host drives it: through its three entries, and then
 // only through the messaging layer, as a client actor on another thread.
-#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "LoadedPlugin.h"
+#include "ProcessState.h"
+#include "devhost/client/PluginLibrary.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/platform/RawMessages.h"
 #include "devhost/platform/TraceLog.h"
+#include "devhost/world/HostWorker.h"
 #include "dom/Exceptions.h"
 #include "dom/ManagedObject.h"
 #include "dom/Proxy.h"
@@ -33,15 +34,6 @@ private:
     bool& gone;
 };
 
-int ThreadCount() {
-    int count = 0;
-    if (DIR* tasks = opendir("/proc/self/task")) {
-        while (const dirent* entry = readdir(tasks)) count += entry->d_name[0] != '.';
-        closedir(tasks);
-    }
-    return count;
-}
-
 du::Symbol ActorNameOf(const du::SmartPtr<du::RefCounted>& component) {
     const auto* module = dynamic_cast<const qxk::ActiveModule*>(component.get());
     return module ? module->GetActorName() : du::Symbol();
@@ -57,17 +49,17 @@ int CountLines(const std::string& words) {
 class EntriesTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(plugin.Loaded());
-        ASSERT_TRUE(plugin.init());
+        ASSERT_TRUE(plugin.IsLoaded()) << plugin.Error();
+        ASSERT_TRUE(plugin.Init());
     }
-    void TearDown() override { plugin.terminate(); }
+    void TearDown() override { plugin.Terminate(); }
 
     bool Create(const std::string& a, const std::string& b, const std::string& c,
                 du::SmartPtr<du::RefCounted>& component) {
-        return plugin.createComponent(a, b, c, component);
+        return plugin.CreateComponent(a, b, c, component);
     }
 
-    LoadedPlugin plugin;
+    devhost::PluginLibrary plugin{WEBAPI_PLUGIN_PATH};
 };
 
 TEST_F(EntriesTest, OnlyTheExactThreeWordsMatch) {
@@ -103,12 +95,12 @@ TEST_F(EntriesTest, EachMatchMakesANewObjectAndReleasesTheOld) {
 }
 
 TEST(PluginTerminateTest, TerminateIsHarmlessWithoutAnActor) {
-    LoadedPlugin plugin;
-    ASSERT_TRUE(plugin.Loaded());
-    plugin.terminate();
-    ASSERT_TRUE(plugin.init());
-    plugin.terminate();
-    plugin.terminate();
+    devhost::PluginLibrary plugin(WEBAPI_PLUGIN_PATH);
+    ASSERT_TRUE(plugin.IsLoaded());
+    plugin.Terminate();
+    ASSERT_TRUE(plugin.Init());
+    plugin.Terminate();
+    plugin.Terminate();
     EXPECT_TRUE(plugin.Unload());
 }
 
@@ -117,11 +109,11 @@ TEST(PluginTerminateTest, TerminateIsHarmlessWithoutAnActor) {
 TEST(PluginComponentTest, ComponentOutlivesTheLibrary) {
     du::SmartPtr<du::RefCounted> component;
     {
-        LoadedPlugin plugin;
-        ASSERT_TRUE(plugin.Loaded());
-        ASSERT_TRUE(plugin.init());
-        ASSERT_TRUE(plugin.createComponent("world", "web", "api", component));
-        plugin.terminate();
+        devhost::PluginLibrary plugin(WEBAPI_PLUGIN_PATH);
+        ASSERT_TRUE(plugin.IsLoaded());
+        ASSERT_TRUE(plugin.Init());
+        ASSERT_TRUE(plugin.CreateComponent("world", "web", "api", component));
+        plugin.Terminate();
         ASSERT_TRUE(plugin.Unload());
     }
     EXPECT_EQ(ActorNameOf(component), "WebApiModuleThread-");
@@ -131,21 +123,21 @@ TEST(PluginComponentTest, ComponentOutlivesTheLibrary) {
 // A thread that cannot start is the loader's to hear of: the object stays,
 // still names its actor, and QXDllTerminate frees it without waiting.
 TEST(PluginStartTest, FailedStartLeavesTheObjectUntilTerminate) {
-    LoadedPlugin plugin;
-    ASSERT_TRUE(plugin.Loaded());
+    devhost::PluginLibrary plugin(WEBAPI_PLUGIN_PATH);
+    ASSERT_TRUE(plugin.IsLoaded());
     devhost::TraceLog::Clear();
     devhost::ArmFault("dp::Thread::Start", devhost::Fault{devhost::FaultKind::Fail, "", 1});
-    EXPECT_FALSE(plugin.init());
+    EXPECT_FALSE(plugin.Init());
     devhost::DisarmAllFaults();
     {
         du::SmartPtr<du::RefCounted> component;
-        EXPECT_TRUE(plugin.createComponent("world", "web", "api", component));
+        EXPECT_TRUE(plugin.CreateComponent("world", "web", "api", component));
         EXPECT_EQ(ActorNameOf(component), "WebApiModuleThread-");
         du::SmartPtr<dom::ManagedObject> found;
         EXPECT_FALSE(
             dom::ManagedObject::FindActor(ActorNameOf(component), du::Symbol("webapi::WebApiModule"), found));
     }
-    plugin.terminate();
+    plugin.Terminate();
     EXPECT_EQ(CountLines("shutting down queue"), 0);
     EXPECT_TRUE(plugin.Unload());
 }
@@ -156,18 +148,20 @@ TEST(PluginStartTest, FailedStartLeavesTheObjectUntilTerminate) {
 TEST(PluginCycleTest, WholeLivesLeaveNothingBehind) {
     const du::Symbol serviceName("webapi::WebApiModule");
     // ThreadSanitizer starts a helper thread of its own with the first thread
-    // of the process; have that happen before counting.
+    // of the process, and the host's worker, which unloading waits for, lasts
+    // as long as the process; have both start before counting.
     std::thread([] {}).join();
-    const int threadsBefore = ThreadCount();
+    devhost::DrainHostWorker();
+    const int threadsBefore = support::ThreadCount();
     devhost::TraceLog::Clear();
     for (int cycle = 1; cycle <= 3; ++cycle) {
-        LoadedPlugin plugin;
-        ASSERT_TRUE(plugin.Loaded());
+        devhost::PluginLibrary plugin(WEBAPI_PLUGIN_PATH);
+        ASSERT_TRUE(plugin.IsLoaded());
         ASSERT_NE(dom::ProxyFactoryMap::Instance().FindFactory(serviceName), nullptr);
-        ASSERT_TRUE(plugin.init());
+        ASSERT_TRUE(plugin.Init());
         {
             du::SmartPtr<du::RefCounted> component;
-            ASSERT_TRUE(plugin.createComponent("world", "web", "api", component));
+            ASSERT_TRUE(plugin.CreateComponent("world", "web", "api", component));
             du::SmartPtr<dom::ManagedObject> found;
             ASSERT_TRUE(dom::ManagedObject::FindActor(ActorNameOf(component), serviceName, found));
             const du::SmartPtr<webapi::WebApiModule> module = du::DynamicCast<webapi::WebApiModule>(found);
@@ -177,11 +171,11 @@ TEST(PluginCycleTest, WholeLivesLeaveNothingBehind) {
             module->LoadInstances(du::Symbol("[\"/1\"]"));
             EXPECT_THROW(devhost::SendRawMessage(found, 0, 30, {}, true), dom::MessageProtocolException);
         }
-        plugin.terminate();
+        plugin.Terminate();
         EXPECT_EQ(CountLines("shutting down queue"), cycle);
         EXPECT_TRUE(plugin.Unload());
         EXPECT_EQ(dom::ProxyFactoryMap::Instance().FindFactory(serviceName), nullptr);
-        EXPECT_EQ(ThreadCount(), threadsBefore);
+        EXPECT_EQ(support::ThreadCount(), threadsBefore);
     }
 }
 

@@ -19,11 +19,14 @@
 #include <utility>
 #include <vector>
 
+#include "CleanProcess.h"
 #include "PluginClient.h"
 #include "devhost/platform/Faults.h"
 
 namespace rtest {
 namespace {
+
+using support::PluginClient;
 
 struct Method {
     const char* name;
@@ -98,11 +101,11 @@ using Row = std::map<std::string, std::string>;
 // In the child: the whole row, one line per method, "method=outcome",
 // each method's name written before it runs so that a crash is placed.
 [[noreturn]] void RunRow(int out, const std::string& point, devhost::FaultKind kind, std::size_t first) {
-    SampleWorldProcess world;
+    support::LoadWorld("");
     auto client = std::make_unique<PluginClient>();
     for (std::size_t i = first; i < Methods().size(); ++i) {
         const Method& method = Methods()[i];
-        if (!client->Started() || !client->Serves()) {
+        if (!client->Serves()) {
             // The plug-in is one library: the old one goes before it starts again.
             client.reset();
             client = std::make_unique<PluginClient>();

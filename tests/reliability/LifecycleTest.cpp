@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "CleanProcess.h"
 #include "PluginClient.h"
 #include "ProcessState.h"
 #include "devhost/content/Loader.h"
@@ -89,8 +90,7 @@ std::vector<std::string> ModuleTracesSince(unsigned long long seq) {
 // module.
 void Cycle(int cycle) {
     OpenWorldWithWorkHeld();
-    PluginClient plugin;
-    ASSERT_TRUE(plugin.Started()) << "cycle " << cycle;
+    support::PluginClient plugin;
     webapi::WebApiModule& module = plugin.Module();
     module.RegisterTreeObserver(plugin.Observer());
     module.GetViewables(plugin.Viewables(), 1);
@@ -111,16 +111,16 @@ void Cycle(int cycle) {
 }
 
 TEST(Lifecycle, ManyCyclesWithHostWorkInFlightLeaveNoThreadNoFactoryAndNoLoadedCode) {
-    SampleWorldProcess world;
+    support::CleanProcess clean;
     // The first cycle starts the host's own lasting threads.
     Cycle(0);
     if (HasFatalFailure()) return;
-    const int threads = ThreadCount();
+    const int threads = support::ThreadCount();
     for (int i = 1; i < kCycles; ++i) {
         Cycle(i);
         if (HasFatalFailure()) return;
-        ASSERT_EQ(ThreadCountOnceAt(threads), threads) << "cycle " << i;
-        ASSERT_FALSE(AnyModuleFactoryRegistered()) << "cycle " << i;
+        ASSERT_EQ(support::ThreadCountOnceAt(threads), threads) << "cycle " << i;
+        ASSERT_FALSE(support::AnyModuleFactoryRegistered()) << "cycle " << i;
         devhost::TraceLog::Clear();
     }
 }
@@ -137,9 +137,9 @@ bool LibraryLoaded() {
 // event) when the library is to be unloaded: the unload waits for the job,
 // so the object goes while its code is still there.
 TEST(Lifecycle, TheHostWorkersJobAtHandEndsBeforeTheLibraryGoes) {
-    SampleWorldProcess world;
-    PluginClient plugin;
-    ASSERT_TRUE(plugin.Started());
+    support::CleanProcess clean;
+    support::LoadWorld("");
+    support::PluginClient plugin;
     std::promise<void> running;
     std::future<void> started = running.get_future();
     devhost::RunOnHostWorker([&running, held = plugin.ModuleObject()]() mutable {

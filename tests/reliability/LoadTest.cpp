@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "CleanProcess.h"
 #include "PluginClient.h"
 #include "ProcessState.h"
 #include "devhost/client/ClientActor.h"
@@ -160,7 +161,6 @@ std::string ViewablesBreak(const std::vector<std::string>& calls) {
 class LoadTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(plugin.Started());
         module = du::SmartPtr<webapi::WebApiModule>(&plugin.Module());
         ASSERT_TRUE(otherClient.Adopt(secondObserver));
         module->RegisterTreeObserver(plugin.Observer());
@@ -174,10 +174,12 @@ protected:
         otherClient.Settle();
     }
 
-    SampleWorldProcess world;
-    PluginClient plugin;
+    support::CleanProcess clean;
+    const du::SmartPtr<devhost::WorldModel> world = support::LoadWorld("");
+    support::CallRecorder treeCalls, viewableCalls;
+    support::PluginClient plugin{treeCalls.Sink(), viewableCalls.Sink()};
     devhost::ClientActor otherClient{"OtherLoadClient"};
-    CallRecorder secondTreeCalls;
+    support::CallRecorder secondTreeCalls;
     du::SmartPtr<devhost::TreeObserverReceiver> secondObserver{
         new devhost::TreeObserverReceiver(secondTreeCalls.Sink())};
     // The client's own hold on the module's proxy, which the senders keep
@@ -218,7 +220,7 @@ TEST_F(LoadTest, EightClientsAreAllAnsweredWhileTheHostChangesTheTree) {
 
     EXPECT_EQ(answered.load(), kRequests);
     EXPECT_EQ(failed.load(), 0);
-    const std::vector<std::string> calls = plugin.TreeCalls().Calls();
+    const std::vector<std::string> calls = treeCalls.Calls();
     EXPECT_EQ(BracketBreak(calls), "");
     Heard heard = WhatWasHeard(calls);
     // Additions and removals reach the observer in the order the host made
@@ -262,11 +264,11 @@ TEST_F(LoadTest, EightClientsAreAllAnsweredWhileTheHostChangesTheTree) {
     EXPECT_EQ(std::vector<std::string>(firstOfHost, frameStates.end()), expected);
     EXPECT_TRUE(secondTreeCalls.Calls().empty());
     // Every viewables answer is whole and stands apart from the others.
-    EXPECT_EQ(ViewablesBreak(plugin.ViewableCalls().Calls()), "");
+    EXPECT_EQ(ViewablesBreak(viewableCalls.Calls()), "");
 }
 
 TEST_F(LoadTest, TerminateUnderLoadFailsEveryWaitingSenderAndLeavesNoThread) {
-    const int threadsBefore = ThreadCount();
+    const int threadsBefore = support::ThreadCount();
     std::mutex lock;
     std::condition_variable changed;
     int answered = 0;
@@ -310,7 +312,7 @@ TEST_F(LoadTest, TerminateUnderLoadFailsEveryWaitingSenderAndLeavesNoThread) {
                    std::to_string(std::chrono::duration_cast<std::chrono::milliseconds>(took).count()));
     devhost::DrainHostWorker();
     plugin.Client().Settle();
-    EXPECT_EQ(ThreadCountOnceAt(threadsBefore - 1), threadsBefore - 1);  // the actor's thread went
+    EXPECT_EQ(support::ThreadCountOnceAt(threadsBefore - 1), threadsBefore - 1);  // the actor's thread went
 }
 
 }  // namespace

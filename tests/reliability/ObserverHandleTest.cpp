@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "CleanProcess.h"
 #include "PluginClient.h"
 #include "devhost/platform/RawMessages.h"
 
@@ -25,23 +26,23 @@ protected:
         ASSERT_TRUE(plugin.Serves());
         plugin.Module().RegisterTreeObserver(plugin.Observer());
         plugin.Settle();
-        const std::vector<std::string> calls = plugin.TreeCalls().Calls();
+        const std::vector<std::string> calls = treeCalls.Calls();
         ASSERT_FALSE(calls.empty());
         EXPECT_EQ(calls.front(), "OnTreeMappingBegin");
     }
 
-    SampleWorldProcess world;
-    PluginClient plugin;
+    support::CleanProcess clean;
+    const du::SmartPtr<devhost::WorldModel> world = support::LoadWorld("");
+    support::CallRecorder treeCalls;
+    support::PluginClient plugin{treeCalls.Sink()};
 };
 
 TEST_F(ObserverHandle, NullHandleRegistersNothing) {
-    ASSERT_TRUE(plugin.Started());
     Register(devhost::MakeHandle(nullptr, 0));
     ExpectARealObserverIsTakenAfterwards();
 }
 
 TEST_F(ObserverHandle, HandleOfAnotherInterfaceRegistersNothing) {
-    ASSERT_TRUE(plugin.Started());
     Register(devhost::MakeHandle(plugin.Viewables(), 0));
     ExpectARealObserverIsTakenAfterwards();
 }

@@ -1,36 +1,25 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "CleanProcess.h"
-#include "devhost/client/CallbackReceivers.h"
-#include "devhost/client/ClientActor.h"
-#include "devhost/client/PluginLibrary.h"
-#include "du/SmartPtr.h"
-#include "remote/WebApiModule.h"
+#include "PluginClient.h"
 
 namespace support {
 
-// The plug-in loaded from its shared library the way the viewer loads it and
-// started on the world of the process, and a web client on an actor of its
-// own that finds the module by its actor name and calls it through the
-// messaging layer. The client's callback objects record every call they
-// receive. The plug-in is terminated and unloaded at the end.
+// The plug-in started with a web client whose callback objects record
+// every call they receive, in one list.
 class PluginSession {
 public:
-    PluginSession();
     ~PluginSession();
-    PluginSession(const PluginSession&) = delete;
-    PluginSession& operator=(const PluginSession&) = delete;
 
     // The client's proxy of the module; every call waits for its reply.
-    webapi::WebApiModule& Module() { return *module_; }
-    const du::SmartPtr<devhost::ViewablesRequestReceiver>& Viewables() const { return viewables_; }
+    webapi::WebApiModule& Module() { return client_.Module(); }
+    const du::SmartPtr<devhost::ViewablesRequestReceiver>& Viewables() const { return client_.Viewables(); }
 
     // Registers the client's tree observer with the module and waits for
     // what the module sends it then.
@@ -38,29 +27,22 @@ public:
     void SelectTreeNodes(const std::string& request);
 
     // Returns once the host worker, the module and the client are quiet.
-    void Settle();
+    void Settle() { client_.Settle(); }
     // Every callback received so far, once quiet, as "Method" or
     // "Method argument|argument".
     std::vector<std::string> Received();
     // The arguments of the callbacks that had any, in order.
     std::vector<std::string> Documents();
-    void ForgetReceived();
+    void ForgetReceived() { received_.Clear(); }
 
     // Ends the module and unloads its library while the world stays, as the
     // viewer does before it closes.
     void End();
 
 private:
-    void Record(const devhost::ReceivedCall& call);
-
-    devhost::PluginLibrary plugin_;
-    du::SmartPtr<du::RefCounted> component_;
-    devhost::ClientActor client_{"TestClient"};
-    du::SmartPtr<devhost::ViewablesRequestReceiver> viewables_;
-    du::SmartPtr<devhost::TreeObserverReceiver> treeObserver_;
-    du::SmartPtr<webapi::WebApiModule> module_;
-    std::mutex lock_;
-    std::vector<std::string> received_;
+    CallRecorder received_{" "};
+    PluginClient client_{received_.Sink(), received_.Sink()};
+    bool ended_ = false;
 };
 
 // A test on a clean process with the plug-in started in it.

@@ -6,7 +6,7 @@ namespace support {
 
 WorldFile::WorldFile(const std::string& text) {
     folder_.Write("world.json", text);
-    devhost::LoadContentWorldFile(folder_.Path() + "/world.json");
+    world_ = devhost::LoadContentWorldFile(folder_.Path() + "/world.json");
 }
 
 }  // namespace support

@@ -3,6 +3,8 @@
 #include <string>
 
 #include "TestWorlds.h"
+#include "devhost/world/WorldModel.h"
+#include "du/SmartPtr.h"
 
 namespace support {
 
@@ -12,9 +14,11 @@ class WorldFile {
 public:
     explicit WorldFile(const std::string& text);
     const std::string& Folder() const { return folder_.Path(); }
+    const du::SmartPtr<devhost::WorldModel>& World() const { return world_; }
 
 private:
     ctest::TempFolder folder_;
+    du::SmartPtr<devhost::WorldModel> world_;
 };
 
 }  // namespace support

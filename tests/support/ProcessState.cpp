@@ -8,7 +8,7 @@
 #include "dom/Proxy.h"
 #include "du/Symbol.h"
 
-namespace rtest {
+namespace support {
 
 int ThreadCount() {
     int count = 0;
@@ -36,4 +36,4 @@ bool AnyModuleFactoryRegistered() {
     return false;
 }
 
-}  // namespace rtest
+}  // namespace support

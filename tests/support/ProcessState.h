@@ -1,6 +1,6 @@
 #pragma once
 
-namespace rtest {
+namespace support {
 
 // Threads of this process now, from /proc/self/task.
 int ThreadCount();
@@ -13,4 +13,4 @@ int ThreadCountOnceAt(int expected);
 // True when any of the module's three proxy factories is registered.
 bool AnyModuleFactoryRegistered();
 
-}  // namespace rtest
+}  // namespace support
