@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <future>
 #include <set>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "WorldTestSupport.h"
 #include "devhost/world/HostWorker.h"
@@ -16,6 +18,7 @@
 #include "devhost/world/WorldModel.h"
 #include "guitree/GuiTree.h"
 #include "guitree/StructureTreeState.h"
+#include "guitree/VisAndIconChanges.h"
 #include "qxk/IdMap.h"
 #include "qxk/Instance.h"
 #include "qxk/ShapeInstance.h"
@@ -476,6 +479,28 @@ TEST(ProxyStart, AProxyCanStartExpandedFailedOrUnexpandable) {
     owner.Sync();
     EXPECT_EQ(event->statuses, std::vector<int>{qxk::BaseAsyncEvent::ES_Failed});
     EXPECT_FALSE(tree->FindInstance("closed/in"));
+}
+
+// The changes map keeps first-set order and one entry per instance through
+// every growth of its index; a repeated set changes the value in place.
+TEST(VisAndIconChangesMap, KeepsFirstSetOrderAndOneEntryPerInstanceAsItGrows) {
+    // Only addresses are used: keys the way a tree's instances would be.
+    std::vector<std::uint64_t> pool(5000);
+    const auto key = [&pool](std::size_t i) { return reinterpret_cast<qxk::BaseInstance*>(&pool[i]); };
+    guitree::VisAndIconChanges changes;
+    EXPECT_EQ(changes.Find(key(0)), -1);
+    for (std::size_t i = pool.size(); i-- > 0;) changes.Set(key(i), static_cast<int>(i % 200));
+    for (std::size_t i = 0; i < pool.size(); i += 3) changes.Set(key(i), 0x7f);
+    ASSERT_EQ(changes.size(), pool.size());
+    std::size_t position = 0;
+    for (const auto& [instance, packed] : changes) {
+        const std::size_t i = pool.size() - 1 - position++;
+        EXPECT_EQ(instance, key(i));
+        EXPECT_EQ(packed, i % 3 == 0 ? 0x7f : static_cast<int>(i % 200));
+        EXPECT_EQ(changes.Find(instance), packed);
+    }
+    std::uint64_t outsider = 0;
+    EXPECT_EQ(changes.Find(reinterpret_cast<qxk::BaseInstance*>(&outsider)), -1);
 }
 
 }  // namespace
