@@ -102,7 +102,13 @@ void GuiInterface::PublishStates(const guitree::VisAndIconChanges& changes, cons
     TreeDocument document;
     unsigned int count = 0;
     observer->OnTreeUpdateBegin();
+    // The entries' buckets lie scattered over the set's bucket array; asking
+    // for each a few entries ahead lets those misses overlap.
+    constexpr int lookAhead = 8;
+    auto ahead = changes.begin();
+    for (int i = 0; i < lookAhead && ahead != changes.end(); ++i, ++ahead) knownInstances.Prefetch(ahead->first);
     for (const auto& element : changes) {
+        if (ahead != changes.end()) knownInstances.Prefetch((ahead++)->first);
         qxk::BaseInstance* instance = element.first;
         if (!knownInstances.Contains(instance)) continue;
         ++count;

@@ -26,6 +26,10 @@ bool KnownInstanceSet::Contains(const qxk::BaseInstance* instance) const {
     return false;
 }
 
+void KnownInstanceSet::Prefetch(const qxk::BaseInstance* instance) const {
+    __builtin_prefetch(&buckets[BucketOf(instance)]);
+}
+
 void KnownInstanceSet::Reserve(std::size_t count) {
     if (count <= buckets.size()) return;
     const std::size_t offered = du::HashNextPrime(count);

@@ -29,6 +29,10 @@ public:
     // False when the pointer was not there.
     bool Erase(const qxk::BaseInstance* instance);
     bool Contains(const qxk::BaseInstance* instance) const;
+    // Starts bringing in the bucket that a later Contains of the pointer
+    // reads, so that a caller asking of many pointers in a row does not wait
+    // on each bucket's miss in turn.
+    void Prefetch(const qxk::BaseInstance* instance) const;
     std::size_t Size() const { return elements.size(); }
     std::size_t BucketCount() const { return buckets.size(); }
 

@@ -38,8 +38,10 @@ void TreeDocument::AddState(std::uint64_t id, int state, const char* loaded) {
 
 bool TreeDocument::Build(rapidjson::Document& builder, const char* key) const {
     const auto length = [](const char* literal) { return static_cast<rapidjson::SizeType>(std::strlen(literal)); };
-    const auto copy = [&](std::size_t at, std::size_t count) {
-        builder.String(values.data() + at, static_cast<rapidjson::SizeType>(count), true);
+    // The document refers to the entries' texts where they stand: values is
+    // left alone until the document has been written out.
+    const auto value = [&](std::size_t at, std::size_t count) {
+        builder.String(values.data() + at, static_cast<rapidjson::SizeType>(count), false);
     };
     builder.StartObject();
     builder.Key(key, length(key), true);
@@ -47,9 +49,9 @@ bool TreeDocument::Build(rapidjson::Document& builder, const char* key) const {
     for (const Entry& entry : entries) {
         builder.StartObject();
         builder.Key("id", 2, false);
-        copy(entry.idAt, entry.idLength);
+        value(entry.idAt, entry.idLength);
         builder.Key(entry.secondKey, length(entry.secondKey), false);
-        copy(entry.secondAt, entry.secondLength);
+        value(entry.secondAt, entry.secondLength);
         if (entry.loaded) {
             builder.Key("loaded", 6, false);
             builder.String(entry.loaded, length(entry.loaded), true);
@@ -67,7 +69,10 @@ std::string_view TreeDocument::Take(const char* key) {
     text.Clear();
     rapidjson::Writer<rapidjson::StringBuffer> writer(text);
     document.Accept(writer);
+    // The pool only ever grows: unless it gives its chunks back here, every
+    // chunk of a long publication is built in fresh memory.
     document.SetObject();
+    document.GetAllocator().Clear();
     entries.clear();
     values.clear();
     return std::string_view(text.GetString(), text.GetSize());
