@@ -63,10 +63,22 @@ bool TreeDocument::Build(rapidjson::Document& builder, const char* key) const {
     return true;
 }
 
+std::size_t TreeDocument::PlainLength(const char* key) const {
+    // {"key":[ ... ]} with {"id":"..","second":".."} entries, comma-separated.
+    std::size_t length = std::strlen(key) + 7 + values.size();
+    for (const Entry& entry : entries) {
+        length += std::strlen(entry.secondKey) + 16;
+        if (entry.loaded) length += std::strlen(entry.loaded) + 12;
+    }
+    return entries.empty() ? length : length - 1;  // no comma behind the last
+}
+
 std::string_view TreeDocument::Take(const char* key) {
     auto build = [&](rapidjson::Document& builder) { return Build(builder, key); };
     document.Populate(build);
     text.Clear();
+    // A large document then needs no copies of its text as it grows.
+    text.Reserve(PlainLength(key));
     rapidjson::Writer<rapidjson::StringBuffer> writer(text);
     document.Accept(writer);
     // The pool only ever grows: unless it gives its chunks back here, every

@@ -26,6 +26,8 @@ class TreeDocument {
 public:
     TreeDocument();
 
+    // Makes room for count more entries.
+    void Reserve(std::size_t count) { entries.reserve(entries.size() + count); }
     // An entry of "treeMapping" or "treeRemove".
     void AddInstance(std::uint64_t id, const char* idPath);
     // An entry of "treeUpdate" or "treeUpdateChanges"; loaded is "true",
@@ -50,6 +52,8 @@ private:
     std::size_t Keep(const char* text, std::size_t length);
     // Emits the whole document under key to the document's builder.
     bool Build(rapidjson::Document& builder, const char* key) const;
+    // The length of the text under key when no character needs escaping.
+    std::size_t PlainLength(const char* key) const;
 
     rapidjson::Document document;
     std::vector<Entry> entries;
