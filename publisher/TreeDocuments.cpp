@@ -38,10 +38,8 @@ void TreeDocument::AddState(std::uint64_t id, int state, const char* loaded) {
 
 bool TreeDocument::Build(rapidjson::Document& builder, const char* key) const {
     const auto length = [](const char* literal) { return static_cast<rapidjson::SizeType>(std::strlen(literal)); };
-    // The document refers to the entries' texts where they stand: values is
-    // left alone until the document has been written out.
-    const auto value = [&](std::size_t at, std::size_t count) {
-        builder.String(values.data() + at, static_cast<rapidjson::SizeType>(count), false);
+    const auto copy = [&](std::size_t at, std::size_t count) {
+        builder.String(values.data() + at, static_cast<rapidjson::SizeType>(count), true);
     };
     builder.StartObject();
     builder.Key(key, length(key), true);
@@ -49,9 +47,9 @@ bool TreeDocument::Build(rapidjson::Document& builder, const char* key) const {
     for (const Entry& entry : entries) {
         builder.StartObject();
         builder.Key("id", 2, false);
-        value(entry.idAt, entry.idLength);
+        copy(entry.idAt, entry.idLength);
         builder.Key(entry.secondKey, length(entry.secondKey), false);
-        value(entry.secondAt, entry.secondLength);
+        copy(entry.secondAt, entry.secondLength);
         if (entry.loaded) {
             builder.Key("loaded", 6, false);
             builder.String(entry.loaded, length(entry.loaded), true);
@@ -81,10 +79,7 @@ std::string_view TreeDocument::Take(const char* key) {
     text.Reserve(PlainLength(key));
     rapidjson::Writer<rapidjson::StringBuffer> writer(text);
     document.Accept(writer);
-    // The pool only ever grows: unless it gives its chunks back here, every
-    // chunk of a long publication is built in fresh memory.
     document.SetObject();
-    document.GetAllocator().Clear();
     entries.clear();
     values.clear();
     return std::string_view(text.GetString(), text.GetSize());

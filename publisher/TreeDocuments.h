@@ -35,8 +35,8 @@ public:
     void AddState(std::uint64_t id, int state, const char* loaded);
     bool Empty() const { return entries.empty(); }
     // The text with the entries so far under key, valid until the next
-    // Take; the entries and the document's values are then gone, and the
-    // buffers are kept for the next chunk.
+    // Take; the entries are then gone, and the allocator is kept for the
+    // next chunk.
     std::string_view Take(const char* key);
 
 private:
