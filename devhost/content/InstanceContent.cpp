@@ -13,7 +13,9 @@ namespace devhost {
 InstanceContent GetInstanceContent(const qxk::Instance& instance) {
     {
         WorldGuard guard(WorldMutex());
-        if (const auto* own = dynamic_cast<const InstanceContent*>(Node(instance).extension.get())) return *own;
+        const InstanceExtras* extras = Node(instance).Extras();
+        if (const auto* own = extras ? dynamic_cast<const InstanceContent*>(extras->extension.get()) : nullptr)
+            return *own;
     }
     InstanceContent named;
     du::SmartPtr<WorldContent> world = CurrentContent();
@@ -24,7 +26,7 @@ InstanceContent GetInstanceContent(const qxk::Instance& instance) {
 void SetInstanceContent(qxk::Instance& instance, const InstanceContent& content) {
     du::SmartPtr<du::RefCounted> stored(new InstanceContent(content));
     WorldGuard guard(WorldMutex());
-    Node(instance).extension = stored;
+    Node(instance).Extras().extension = stored;
 }
 
 }  // namespace devhost

@@ -25,7 +25,8 @@ std::vector<Waiter>& WaitersOf(InstanceNode& proxy);
 void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success);
 
 bool Readable(const InstanceNode& node) {
-    return node.proxy && !node.proxy->expanded && !node.proxy->failed && node.proxy->expandable;
+    const ProxyInfo* info = node.Proxy();
+    return info && !info->expanded && !info->failed && info->expandable;
 }
 
 // Makes expansion wait for proxy and starts the read unless one runs.
@@ -33,7 +34,7 @@ bool Readable(const InstanceNode& node) {
 void Enlist(InstanceNode& proxy, const std::shared_ptr<Expansion>& expansion, int depthLeft) {
     WaitersOf(proxy).push_back({expansion, depthLeft});
     ++expansion->outstanding;
-    ProxyInfo& info = *proxy.proxy;
+    ProxyInfo& info = *proxy.Proxy();
     if (info.reading) return;
     info.reading = true;
     if (info.completion == ProxyCompletion::Auto && info.outcome != ProxyOutcome::Never) {
@@ -91,7 +92,7 @@ void Resolve(const du::SmartPtr<InstanceNode>& proxy, bool success) {
     std::vector<std::shared_ptr<Expansion>> finished;
     {
         WorldGuard guard(WorldMutex());
-        ProxyInfo& info = *proxy->proxy;
+        ProxyInfo& info = *proxy->Proxy();
         if (!info.reading) return;
         info.reading = false;
         tree = CountedIfAlive(proxy->tree);  // not one on its way out
@@ -135,7 +136,7 @@ void PendingProxies(std::vector<du::SmartPtr<InstanceNode>>& pending) {
     auto& all = AllWaiters();
     for (auto it = all.begin(); it != all.end();) {
         if (!it->first->tree) {
-            it->first->proxy->reading = false;
+            it->first->Proxy()->reading = false;
             it = all.erase(it);
             continue;
         }
@@ -176,7 +177,7 @@ int ReleasePendingExpansions() {
         std::vector<du::SmartPtr<InstanceNode>> pending;
         PendingProxies(pending);
         for (const auto& node : pending) {
-            const ProxyInfo& info = *node->proxy;
+            const ProxyInfo& info = *node->Proxy();
             if (info.completion == ProxyCompletion::Manual && info.outcome != ProxyOutcome::Never)
                 targets.emplace_back(node, info.outcome == ProxyOutcome::Expand);
         }

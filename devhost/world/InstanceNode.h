@@ -40,11 +40,26 @@ struct ProxyInfo {
     std::vector<du::SmartPtr<class InstanceNode>> branch;
 };
 
+// What few instances carry: a proxy's state, an override's value, state
+// that other host parts attach, and the idpath an orphan keeps.
+struct InstanceExtras {
+    std::unique_ptr<ProxyInfo> proxy;
+    int visibilityOverride = 0;              // any value, forced on the tree's visibility state
+    du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
+    std::string formerPath;  // the idpath it had, once it has no parent any more
+};
+
 // An instance of the devhost's structure. Everything in it is guarded by
 // the world lock. Instances of an unread branch already have their parent
 // (the proxy), so their idpath is valid, but belong to no tree. A parent
 // holds its children, not the other way round: an instance that loses its
 // parent (taken out of the tree, or outliving it) keeps the idpath it had.
+//
+// Every pass over the structure (walks, scene tables, the tree model's
+// counts, the publisher's look-ups) reads an instance's table pointer at
+// its start and, through every counted pointer, the reference count at its
+// end; what most instances never use lives out of line, so that the whole
+// instance is two cache lines.
 class InstanceNode : public qxk::Instance {
 public:
     InstanceNode(std::uint64_t uid, const du::Symbol& name) : uid(uid), name(name), slot(AcquireNodeSlot()) {}
@@ -52,15 +67,11 @@ public:
 
     const std::uint64_t uid;
     const du::Symbol name;
-    const std::uint32_t slot;  // see NodeSlots.h
+    const std::uint32_t slot;            // see NodeSlots.h
+    bool overridden = false;             // the extras' visibilityOverride stands for the rule
     InstanceNode* parent = nullptr;
     std::vector<du::SmartPtr<InstanceNode>> children;
     TreeModel* tree = nullptr;           // null while unread or after removal
-    std::unique_ptr<ProxyInfo> proxy;    // null for an ordinary instance
-    bool overridden = false;             // visibilityOverride stands for the rule
-    int visibilityOverride = 0;          // any value, forced on the tree's visibility state
-    du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
-    std::string formerPath;  // the idpath it had, once it has no parent any more
 
     // Whether a scene shows the node, how many nodes the branch below holds
     // and how many of them the scene shows, as the visibility rule last
@@ -75,12 +86,22 @@ public:
     };
     mutable BranchCounts counted;  // under the world lock
 
+    // Null for an ordinary instance.
+    ProxyInfo* Proxy() const { return extras ? extras->proxy.get() : nullptr; }
+    const InstanceExtras* Extras() const { return extras.get(); }
+    // Made on first use.
+    InstanceExtras& Extras();
+
     std::string IdPath() const;  // under the world lock
     // The idpath into path, reusing its room. Under the world lock.
     void WriteIdPath(std::string& path) const;
     // Lets go of the parent, keeping the idpath. Under the world lock.
     void LeaveParent();
+
+private:
+    std::unique_ptr<InstanceExtras> extras;
 };
+static_assert(sizeof(InstanceNode) <= 128, "an instance is two cache lines");
 
 inline InstanceNode& Node(qxk::BaseInstance& instance) { return static_cast<InstanceNode&>(instance); }
 inline const InstanceNode& Node(const qxk::BaseInstance& instance) {

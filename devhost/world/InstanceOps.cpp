@@ -159,24 +159,24 @@ void Tree::GetRoots(std::vector<du::SmartPtr<Instance>>& roots) const {
 
 bool Instance::IsProxy() const {
     devhost::WorldGuard guard(devhost::WorldMutex());
-    return devhost::Node(*this).proxy != nullptr;
+    return devhost::Node(*this).Proxy() != nullptr;
 }
 
 bool Instance::IsProxyExpanded() const {
     devhost::WorldGuard guard(devhost::WorldMutex());
-    const auto& proxy = devhost::Node(*this).proxy;
+    const devhost::ProxyInfo* proxy = devhost::Node(*this).Proxy();
     return proxy && proxy->expanded;
 }
 
 bool Instance::IsExpandableProxy() const {
     devhost::WorldGuard guard(devhost::WorldMutex());
-    const auto& proxy = devhost::Node(*this).proxy;
+    const devhost::ProxyInfo* proxy = devhost::Node(*this).Proxy();
     return proxy && !proxy->expanded && !proxy->failed && proxy->expandable;
 }
 
 bool Instance::HasProxyExpandFailed() const {
     devhost::WorldGuard guard(devhost::WorldMutex());
-    const auto& proxy = devhost::Node(*this).proxy;
+    const devhost::ProxyInfo* proxy = devhost::Node(*this).Proxy();
     return proxy && proxy->failed;
 }
 

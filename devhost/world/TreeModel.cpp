@@ -77,7 +77,7 @@ bool TreeModel::Attach(InstanceNode* parent, const du::SmartPtr<InstanceNode>& n
 
 void TreeModel::AttachBranch(InstanceNode& proxy, TreeChange& change) {
     std::vector<du::SmartPtr<InstanceNode>> branch;
-    branch.swap(proxy.proxy->branch);
+    branch.swap(proxy.Proxy()->branch);
     for (const auto& node : branch) Attach(&proxy, node, &change);
 }
 

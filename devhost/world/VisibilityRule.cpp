@@ -72,7 +72,7 @@ int StateFrom(bool self, std::size_t total, std::size_t visible) {
 }  // namespace
 
 int VisibilityStateOf(const qxk::ShapeScene* scene, const InstanceNode& node) {
-    if (node.overridden) return node.visibilityOverride;
+    if (node.overridden) return node.Extras()->visibilityOverride;
     const std::uint64_t generation = WorldGeneration();
     Counts& counts = node.counted;
     if (!Current(counts, scene, generation)) {
@@ -86,7 +86,7 @@ int VisibilityStateOf(const qxk::ShapeScene* scene, const InstanceNode& node) {
 }
 
 int TypeIconOf(const InstanceNode& node) {
-    if (node.proxy && !node.proxy->expanded) return guitree::VisAndIconChanges::TI_Proxy;
+    if (node.Proxy() && !node.Proxy()->expanded) return guitree::VisAndIconChanges::TI_Proxy;
     return node.children.empty() ? guitree::VisAndIconChanges::TI_Part : guitree::VisAndIconChanges::TI_Assembly;
 }
 

@@ -35,8 +35,9 @@ InstanceNode& WorldBuilder::AddInstance(InstanceNode* parent, const std::string&
     WorldGuard guard(WorldMutex());
     // Outside the tree: the unread branch of a proxy, or an instance inside one.
     std::vector<du::SmartPtr<InstanceNode>>* unread = nullptr;
-    if (parent && parent->proxy && !parent->proxy->expanded)
-        unread = &parent->proxy->branch;
+    ProxyInfo* parentProxy = parent ? parent->Proxy() : nullptr;
+    if (parentProxy && !parentProxy->expanded)
+        unread = &parentProxy->branch;
     else if (parent && !parent->tree)
         unread = &parent->children;
     if (unread) {
@@ -58,12 +59,12 @@ void WorldBuilder::MakeProxy(InstanceNode& node, ProxyOutcome outcome, ProxyComp
     WorldGuard guard(WorldMutex());
     if (!node.children.empty())
         throw std::invalid_argument("instance " + node.IdPath() + " has children and cannot become a proxy");
-    node.proxy.reset(new ProxyInfo());
-    node.proxy->outcome = outcome;
-    node.proxy->completion = completion;
-    node.proxy->expanded = start == ProxyStart::Expanded;
-    node.proxy->failed = start == ProxyStart::Failed;
-    node.proxy->expandable = start != ProxyStart::Unexpandable;
+    ProxyInfo& info = *(node.Extras().proxy = std::make_unique<ProxyInfo>());
+    info.outcome = outcome;
+    info.completion = completion;
+    info.expanded = start == ProxyStart::Expanded;
+    info.failed = start == ProxyStart::Failed;
+    info.expandable = start != ProxyStart::Unexpandable;
 }
 
 InstanceNode* WorldBuilder::Find(const std::string& idPath) const {

@@ -129,7 +129,7 @@ bool Override(const std::string& idPath, bool overridden, int state) {
         InstanceNode* node = FindInstanceAt(idPath);
         if (!node) return false;
         node->overridden = overridden;
-        node->visibilityOverride = state;
+        if (overridden) node->Extras().visibilityOverride = state;
         changed = node;
         for (const auto& scene : scenes) NoteChange(*scene, changed);
     }

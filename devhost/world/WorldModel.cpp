@@ -41,8 +41,9 @@ void InstanceNode::WriteIdPath(std::string& path) const {
     std::size_t length = 0;
     const InstanceNode* top = this;
     for (; top->parent; top = top->parent) length += 1 + std::string_view(top->name.safe_c_str()).size();
-    const std::string_view head =
-        top->formerPath.empty() ? std::string_view(top->name.safe_c_str()) : std::string_view(top->formerPath);
+    const InstanceExtras* kept = top->Extras();
+    const std::string_view head = kept && !kept->formerPath.empty() ? std::string_view(kept->formerPath)
+                                                                    : std::string_view(top->name.safe_c_str());
     path.resize(head.size() + length);
     char* end = &path[0] + path.size();
     for (const InstanceNode* n = this; n->parent; n = n->parent) {
@@ -56,8 +57,13 @@ void InstanceNode::WriteIdPath(std::string& path) const {
 
 void InstanceNode::LeaveParent() {
     if (!parent) return;
-    formerPath = IdPath();
+    Extras().formerPath = IdPath();
     parent = nullptr;
+}
+
+InstanceExtras& InstanceNode::Extras() {
+    if (!extras) extras.reset(new InstanceExtras());
+    return *extras;
 }
 
 InstanceNode::~InstanceNode() {
@@ -66,10 +72,10 @@ InstanceNode::~InstanceNode() {
     WorldGuard guard(WorldMutex());
     auto release = [](const std::vector<du::SmartPtr<InstanceNode>>& nodes) {
         for (const auto& child : nodes)
-            if (child->GetReferenceCount() > 1 || !child->children.empty() || child->proxy) child->LeaveParent();
+            if (child->GetReferenceCount() > 1 || !child->children.empty() || child->Proxy()) child->LeaveParent();
     };
     release(children);
-    if (proxy) release(proxy->branch);
+    if (const ProxyInfo* info = Proxy()) release(info->branch);
     ReleaseNodeSlot(slot);
 }
 

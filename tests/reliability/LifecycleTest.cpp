@@ -57,7 +57,7 @@ void OpenWorldWithWorkHeld() {
     {
         devhost::WorldGuard guard(devhost::WorldMutex());
         for (const char* proxy : {"drone/electronics/gps", "drone/camera_gimbal"})
-            devhost::FindInstanceAt(proxy)->proxy->completion = devhost::ProxyCompletion::Manual;
+            devhost::FindInstanceAt(proxy)->Proxy()->completion = devhost::ProxyCompletion::Manual;
     }
     devhost::SetViewerProgress(*devhost::FindViewNamed("Main"), devhost::ViewerProgress::Manual);
 }
