@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "devhost/world/NodeSlots.h"
+#include "devhost/world/PlacePool.h"
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
 #include "qxk/Instance.h"
@@ -59,11 +60,14 @@ struct InstanceExtras {
 // counts, the publisher's look-ups) reads an instance's table pointer at
 // its start and, through every counted pointer, the reference count at its
 // end; what most instances never use lives out of line, so that the whole
-// instance is two cache lines.
+// instance fits one place of a PlacePool: two cache lines fetched as a pair.
 class InstanceNode : public qxk::Instance {
 public:
     InstanceNode(std::uint64_t uid, const du::Symbol& name) : uid(uid), name(name), slot(AcquireNodeSlot()) {}
     ~InstanceNode() override;
+
+    static void* operator new(std::size_t size) { return InstancePlaces().Allocate(size); }
+    static void operator delete(void* memory) noexcept { InstancePlaces().Free(memory); }
 
     const std::uint64_t uid;
     const du::Symbol name;
@@ -101,7 +105,7 @@ public:
 private:
     std::unique_ptr<InstanceExtras> extras;
 };
-static_assert(sizeof(InstanceNode) <= 128, "an instance is two cache lines");
+static_assert(sizeof(InstanceNode) <= PlacePool::kPlace, "an instance fits its place");
 
 inline InstanceNode& Node(qxk::BaseInstance& instance) { return static_cast<InstanceNode&>(instance); }
 inline const InstanceNode& Node(const qxk::BaseInstance& instance) {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <vector>
 
+#include "devhost/world/PlacePool.h"
 #include "devhost/world/ShapeTable.h"
 #include "du/SmartPtr.h"
 #include "du/Symbol.h"
@@ -63,6 +64,9 @@ public:
     ShapeInstanceImpl(const du::SmartPtr<qxk::Instance>& instance, qxk::ShapeScene* scene, bool visible)
         : instance(instance), scene(scene), visible(visible) {}
 
+    static void* operator new(std::size_t size) { return ShapeInstancePlaces().Allocate(size); }
+    static void operator delete(void* memory) noexcept { ShapeInstancePlaces().Free(memory); }
+
     const du::SmartPtr<qxk::Instance> instance;
     qxk::ShapeScene* scene;  // null once the scene has gone
     bool visible;
@@ -70,6 +74,8 @@ public:
     std::vector<ColorCall> colorCalls;
     du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
 };
+
+static_assert(sizeof(ShapeInstanceImpl) <= PlacePool::kPlace, "a shape instance fits its place");
 
 inline ShapeInstanceImpl& Impl(qxk::ShapeInstance& shape) { return static_cast<ShapeInstanceImpl&>(shape); }
 inline const ShapeInstanceImpl& Impl(const qxk::ShapeInstance& shape) {
