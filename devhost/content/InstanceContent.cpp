@@ -13,9 +13,7 @@ namespace devhost {
 InstanceContent GetInstanceContent(const qxk::Instance& instance) {
     {
         WorldGuard guard(WorldMutex());
-        const InstanceExtras* extras = Node(instance).Extras();
-        if (const auto* own = extras ? dynamic_cast<const InstanceContent*>(extras->extension.get()) : nullptr)
-            return *own;
+        if (const auto* own = dynamic_cast<const InstanceContent*>(Node(instance).extension.get())) return *own;
     }
     InstanceContent named;
     du::SmartPtr<WorldContent> world = CurrentContent();
@@ -26,7 +24,7 @@ InstanceContent GetInstanceContent(const qxk::Instance& instance) {
 void SetInstanceContent(qxk::Instance& instance, const InstanceContent& content) {
     du::SmartPtr<du::RefCounted> stored(new InstanceContent(content));
     WorldGuard guard(WorldMutex());
-    Node(instance).Extras().extension = stored;
+    Node(instance).extension = stored;
 }
 
 }  // namespace devhost

@@ -41,13 +41,12 @@ struct ProxyInfo {
     std::vector<du::SmartPtr<class InstanceNode>> branch;
 };
 
-// What few instances carry: a proxy's state, an override's value, state
-// that other host parts attach, and the idpath an orphan keeps.
+// What few instances carry: a proxy's state, an override's value and the
+// idpath an orphan keeps.
 struct InstanceExtras {
     std::unique_ptr<ProxyInfo> proxy;
-    int visibilityOverride = 0;              // any value, forced on the tree's visibility state
-    du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
-    std::string formerPath;  // the idpath it had, once it has no parent any more
+    int visibilityOverride = 0;  // any value, forced on the tree's visibility state
+    std::string formerPath;      // the idpath it had, once it has no parent any more
 };
 
 // An instance of the devhost's structure. Everything in it is guarded by
@@ -71,24 +70,27 @@ public:
 
     const std::uint64_t uid;
     const du::Symbol name;
-    const std::uint32_t slot;            // see NodeSlots.h
-    bool overridden = false;             // the extras' visibilityOverride stands for the rule
+    const std::uint32_t slot;  // see NodeSlots.h
+    bool overridden = false;   // the extras' visibilityOverride stands for the rule
+    // Whether the scene of `counted` shows the node, -1 while not looked up:
+    // part of the counts below and good while they are, kept here, where it
+    // fits beside the slot.
+    mutable signed char shown = -1;
     InstanceNode* parent = nullptr;
     std::vector<du::SmartPtr<InstanceNode>> children;
     TreeModel* tree = nullptr;           // null while unread or after removal
 
-    // Whether a scene shows the node, how many nodes the branch below holds
-    // and how many of them the scene shows, as the visibility rule last
-    // counted them: good while the world's generation and the scene are the
-    // ones it names.
+    // How many nodes the branch below holds and how many of them a scene
+    // shows, as the visibility rule last counted them: good while the
+    // world's generation and the scene are the ones it names.
     struct BranchCounts {
         std::uint64_t generation = 0;
         const void* scene = nullptr;
         std::uint32_t total = 0;  // a branch of 2^32 instances would not fit in memory
         std::uint32_t visible = 0;
-        signed char shown = -1;  // -1: not looked up yet
     };
     mutable BranchCounts counted;  // under the world lock
+    du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
 
     // Null for an ordinary instance.
     ProxyInfo* Proxy() const { return extras ? extras->proxy.get() : nullptr; }

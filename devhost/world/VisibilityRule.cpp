@@ -25,12 +25,18 @@ bool Current(const Counts& counts, const qxk::ShapeScene* scene, std::uint64_t g
     return counts.generation == generation && counts.scene == scene;
 }
 
-// Counts with nothing below and the node not looked up yet.
+// Counts with nothing below.
 Counts Fresh(const qxk::ShapeScene* scene, std::uint64_t generation) {
     Counts counts;
     counts.generation = generation;
     counts.scene = scene;
     return counts;
+}
+
+// A leaf's counts made current: nothing below, the node not looked up yet.
+void Restart(const InstanceNode& leaf, const qxk::ShapeScene* scene, std::uint64_t generation) {
+    leaf.counted = Fresh(scene, generation);
+    leaf.shown = -1;
 }
 
 // The counts of the branch below start, kept in every node of the branch,
@@ -50,13 +56,13 @@ void CountBelow(const qxk::ShapeScene* scene, const InstanceNode& start, std::ui
         }
         stack.pop_back();
         Counts counts = Fresh(scene, generation);
-        if (Current(node->counted, scene, generation)) counts.shown = node->counted.shown;
+        if (!Current(node->counted, scene, generation)) node->shown = -1;
         for (const auto& child : node->children) {
-            Counts& below = child->counted;
-            if (child->children.empty() && !Current(below, scene, generation)) below = Fresh(scene, generation);
-            if (below.shown < 0) below.shown = ShownIn(scene, *child);
-            counts.total += 1 + below.total;
-            counts.visible += static_cast<std::uint32_t>(below.shown) + below.visible;
+            if (child->children.empty() && !Current(child->counted, scene, generation))
+                Restart(*child, scene, generation);
+            if (child->shown < 0) child->shown = ShownIn(scene, *child);
+            counts.total += 1 + child->counted.total;
+            counts.visible += static_cast<std::uint32_t>(child->shown) + child->counted.visible;
         }
         node->counted = counts;
     }
@@ -74,15 +80,14 @@ int StateFrom(bool self, std::size_t total, std::size_t visible) {
 int VisibilityStateOf(const qxk::ShapeScene* scene, const InstanceNode& node) {
     if (node.overridden) return node.Extras()->visibilityOverride;
     const std::uint64_t generation = WorldGeneration();
-    Counts& counts = node.counted;
-    if (!Current(counts, scene, generation)) {
+    if (!Current(node.counted, scene, generation)) {
         if (node.children.empty())
-            counts = Fresh(scene, generation);
+            Restart(node, scene, generation);
         else
             CountBelow(scene, node, generation);
     }
-    if (counts.shown < 0) counts.shown = ShownIn(scene, node);
-    return StateFrom(counts.shown > 0, counts.total, counts.visible);
+    if (node.shown < 0) node.shown = ShownIn(scene, node);
+    return StateFrom(node.shown > 0, node.counted.total, node.counted.visible);
 }
 
 int TypeIconOf(const InstanceNode& node) {
