@@ -78,7 +78,7 @@ public:
     mutable signed char shown = -1;
     InstanceNode* parent = nullptr;
     std::vector<du::SmartPtr<InstanceNode>> children;
-    TreeModel* tree = nullptr;           // null while unread or after removal
+    TreeModel* tree = nullptr;  // null while unread or after removal
 
     // How many nodes the branch below holds and how many of them a scene
     // shows, as the visibility rule last counted them: good while the
