@@ -42,8 +42,8 @@ bool NamesInstance(WorldBuilder& builder, const std::string& idPath) {
         for (const auto& candidate : *level)
             if (candidate->name == name) node = candidate.get();
         if (!node) return false;
-        ProxyInfo* info = node->Proxy();
-        level = info && !info->expanded ? &info->branch : &node->children;
+        ProxyInfo* unread = node->UnreadProxy();
+        level = unread ? &unread->branch : &node->children;
         start = end + 1;
     }
     return node != nullptr;

@@ -94,6 +94,11 @@ public:
 
     // Null for an ordinary instance.
     ProxyInfo* Proxy() const { return extras ? extras->proxy.get() : nullptr; }
+    // The proxy's state while its branch is unread, else null.
+    ProxyInfo* UnreadProxy() const {
+        ProxyInfo* info = Proxy();
+        return info && !info->expanded ? info : nullptr;
+    }
     const InstanceExtras* Extras() const { return extras.get(); }
     // Made on first use.
     InstanceExtras& Extras();

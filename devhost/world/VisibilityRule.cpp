@@ -91,7 +91,7 @@ int VisibilityStateOf(const qxk::ShapeScene* scene, const InstanceNode& node) {
 }
 
 int TypeIconOf(const InstanceNode& node) {
-    if (node.Proxy() && !node.Proxy()->expanded) return guitree::VisAndIconChanges::TI_Proxy;
+    if (node.UnreadProxy()) return guitree::VisAndIconChanges::TI_Proxy;
     return node.children.empty() ? guitree::VisAndIconChanges::TI_Part : guitree::VisAndIconChanges::TI_Assembly;
 }
 

@@ -35,9 +35,8 @@ InstanceNode& WorldBuilder::AddInstance(InstanceNode* parent, const std::string&
     WorldGuard guard(WorldMutex());
     // Outside the tree: the unread branch of a proxy, or an instance inside one.
     std::vector<du::SmartPtr<InstanceNode>>* unread = nullptr;
-    ProxyInfo* parentProxy = parent ? parent->Proxy() : nullptr;
-    if (parentProxy && !parentProxy->expanded)
-        unread = &parentProxy->branch;
+    if (ProxyInfo* proxy = parent ? parent->UnreadProxy() : nullptr)
+        unread = &proxy->branch;
     else if (parent && !parent->tree)
         unread = &parent->children;
     if (unread) {
