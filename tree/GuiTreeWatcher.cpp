@@ -75,6 +75,7 @@ void GuiTreeWatcher::RemovePendingLoadEvent(du::SmartPtr<LoadBranchLinkEvent> ev
     pendingLoadEvents.erase(event);
 }
 
+// Also over a first view of another kind, unlike the scene loader's display.
 void GuiTreeWatcher::StartLoadProgress() { ::StartLoadProgress(shapeScene, *managedOwner); }
 
 void GuiTreeWatcher::FlyToAll() { ::FlyToAll(shapeScene); }
