@@ -52,10 +52,12 @@ TEST_F(Teardown, ATreeThatThrowsAsItStopsOnUnregistrationEndsOnlyTheActor) {
     }
     devhost::DisarmAllFaults();
     EXPECT_FALSE(plugin.Serves());
-    EXPECT_EQ(support::Traces("web", "api"), ExceptionEntry());
 
+    // The sender may hear of the end before the actor's entry is written;
+    // once the thread is joined, the entry is there, once: the stop hook had
+    // no tree left to stop.
     plugin.Terminate();
-    EXPECT_EQ(support::Traces("web", "api"), ExceptionEntry()) << "the stop hook had no tree left to stop";
+    EXPECT_EQ(support::Traces("web", "api"), ExceptionEntry());
     EXPECT_TRUE(plugin.Unload());
 }
 
