@@ -35,7 +35,8 @@ void GuiTreeWatcher::Teardown() {
 }
 
 // An interface still here is one whose teardown threw, on an actor that has
-// ended: no tree event reaches it any more, and its tree goes with it.
+// ended, or never ran, for a watcher that served no actor: no tree event
+// reaches it any more, and its tree goes with it.
 GuiTreeWatcher::~GuiTreeWatcher() {
     delete guiInterface;
     // Loads still in flight stay with the module until their reads end;
