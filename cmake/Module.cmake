@@ -39,6 +39,7 @@ add_library(webapi_core STATIC
   tree/ProgressEvents.cpp
   tree/QueryNodeStates.cpp
   tree/SelectTreeNodes.cpp
+  tree/TextCut.cpp
 )
 set_target_properties(webapi_core PROPERTIES
   POSITION_INDEPENDENT_CODE ON

@@ -1,5 +1,7 @@
 // The tree observer's registration and the client's acts on tree nodes.
 
+#include <memory>
+
 #include "commands/WebApiModuleImpl.h"
 #include "qxk/ShapeScene.h"
 #include "tree/GuiTreeWatcher.h"
@@ -20,10 +22,12 @@ void WebApiModuleImpl::RegisterTreeObserver(const du::SmartPtr<TreeObserver>& ob
 }
 
 // Any handle ends the registered observer.
-void WebApiModuleImpl::UnRegisterTreeObserver(const du::SmartPtr<TreeObserver>&) {
-    if (!treeWatcher) return;
-    delete treeWatcher;
+void WebApiModuleImpl::UnRegisterTreeObserver(const du::SmartPtr<TreeObserver>&) { EndTreeObservation(); }
+
+void WebApiModuleImpl::EndTreeObservation() {
+    const std::unique_ptr<GuiTreeWatcher> watcher(treeWatcher);
     treeWatcher = nullptr;
+    if (watcher) watcher->Teardown();
 }
 
 void WebApiModuleImpl::SelectTreeNodes(const du::Symbol& request) {

@@ -19,10 +19,11 @@ WebApiModuleImpl::WebApiModuleImpl()
       treeWatcher(nullptr),
       extensionFlag(false) {}
 
-// A remaining tree watcher goes first, as an unregistration would take it.
-// Members go in reverse order, the scene loader first and the scene manager
-// last. The observers stay registered with the host: they are only released.
-// The latest viewables visitor goes with the module, as no fetch holds it.
+// The actor's stop hook tears down a watcher still registered, so one left
+// here never ran on an actor: it goes first, without host calls. Members go
+// in reverse order, the scene loader first and the scene manager last. The
+// observers stay registered with the host: they are only released. The
+// latest viewables visitor goes with the module, as no fetch holds it.
 WebApiModuleImpl::~WebApiModuleImpl() {
     delete treeWatcher;
     delete viewableVisitor;

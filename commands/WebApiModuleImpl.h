@@ -62,6 +62,11 @@ public:
     du::SmartPtr<qxk::ShapeScene> GetActiveShapeScene();
 
 protected:
+    // Tears the tree watcher down, if there is one, and deletes it. It
+    // leaves the module first, so that a teardown that throws ends the
+    // registration all the same.
+    void EndTreeObservation();
+
     // Left to the host's side of the module: no command reads or writes it.
     struct ExtensionRecord {
         du::Symbol name;

@@ -36,8 +36,8 @@ bool IsDocumentKind(const qxk::View& view) {
 }
 
 // Fly-to data of ZoomToAll: only the fit flag for visible content is added.
-// Fly-to-all after a first load sets the whole-scene flag instead; the two
-// stay apart.
+// Fly-to-all after a first load (FlyToAllData, tree/FlyToAll.cpp) sets the
+// whole-scene flag instead; the two are unlike on purpose and stay apart.
 du::SmartPtr<du::RefCounted> ZoomToAllData() {
     du::SmartPtr<basicnav::ShapeViewFlyToData> data(new basicnav::ShapeViewFlyToData());
     data->fitFlags |= basicnav::ShapeViewFlyToData::FIT_VisibleOnly;

@@ -24,6 +24,9 @@ void WebApiModuleThread::AttachQueue(const du::SmartPtr<dom::MessageQueue>& atta
     ManageSelf(attached, GetActorName(), dom::ManagedObject::SCOPE_Global);
 }
 
-void WebApiModuleThread::OnActorStopped() {}
+// A tree watcher still registered is torn down here, on the actor thread
+// under the hook's own clauses, where a throwing host tree is written down;
+// from the module's destructor it would end the process.
+void WebApiModuleThread::OnActorStopped() { EndTreeObservation(); }
 
 }  // namespace webapi

@@ -26,7 +26,7 @@ public:
     // Keeps the queue and binds the module to it under its actor name.
     void AttachQueue(const du::SmartPtr<dom::MessageQueue>& attached);
 
-    // Runs once the loop has ended.
+    // Runs once the loop has ended, however it ended: lets go of the tree.
     void OnActorStopped();
 
 private:

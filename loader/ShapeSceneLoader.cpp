@@ -8,6 +8,7 @@
 #include "tree/FlyToAll.h"
 #include "tree/NodeAddressing.h"
 #include "tree/ProgressEvents.h"
+#include "tree/TextCut.h"
 
 namespace webapi {
 
@@ -61,6 +62,8 @@ void ShapeSceneLoader::ApplyPending(bool load) {
     if (load && shapeInstances == 0) FlyToAll(scene);
 }
 
+// Asks the view for its scene before asking its kind, where the module's own
+// GetActiveShapeScene asks the kind first; each keeps its order of host calls.
 du::SmartPtr<qxk::ShapeScene> ShapeSceneLoader::GetActiveShapeScene() const {
     if (!sceneManager) return nullptr;
     const du::SmartPtr<qxk::View> view = sceneManager->GetActiveView();
@@ -81,7 +84,7 @@ void ShapeSceneLoader::ParseInstanceLists(const std::vector<std::string>& lists,
         const std::size_t open = list.rfind('[');
         const std::size_t close = list.rfind(']');
         std::vector<std::string> tokens;
-        du::StringSplit(list.substr(open + 1, close - open - 1), tokens, ",");
+        du::StringSplit(CutBetween(list, open, close), tokens, ",");
         for (const std::string& token : tokens) {
             // The split gives no empty token, so the position is always valid.
             const du::Symbol path(token.substr(1, token.size() - 2).c_str());
@@ -91,7 +94,8 @@ void ShapeSceneLoader::ParseInstanceLists(const std::vector<std::string>& lists,
 }
 
 // Loading calls AddShapeInstance also for an instance that has a shape
-// instance already; unloading only hides, and removes nothing.
+// instance already, where the tree watcher's ShowInstanceBranch adds one
+// only where none exists; unloading only hides, and removes nothing.
 void ShapeSceneLoader::ApplyInstances(const std::vector<du::SmartPtr<qxk::Instance>>& instances, bool load,
                                       const du::SmartPtr<qxk::ShapeScene>& scene) {
     if (scene) {
@@ -107,6 +111,7 @@ void ShapeSceneLoader::ApplyInstances(const std::vector<du::SmartPtr<qxk::Instan
     StartLoadProgress(scene);
 }
 
+// Over a shape view only, unlike the tree watcher's display.
 void ShapeSceneLoader::StartLoadProgress(const du::SmartPtr<qxk::ShapeScene>& scene) {
     ::StartShapeViewLoadProgress(scene, *this);
 }

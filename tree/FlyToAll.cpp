@@ -4,6 +4,19 @@
 #include "qxk/View.h"
 #include "qxk/WorkflowManager.h"
 
+namespace {
+
+// Fly-to data of a first load into an empty scene: the whole-scene flag
+// joins the default ones. ZoomToAll's data adds the visible-only fit flag
+// instead; the two are unlike on purpose and stay apart.
+du::SmartPtr<du::RefCounted> FlyToAllData() {
+    du::SmartPtr<basicnav::ShapeViewFlyToData> data(new basicnav::ShapeViewFlyToData());
+    data->flyFlags |= basicnav::ShapeViewFlyToData::FF_WholeScene;
+    return data;
+}
+
+}  // namespace
+
 void FlyToAll(const du::SmartPtr<qxk::ShapeScene>& scene) {
     if (!scene) return;
     du::SmartPtr<qxk::View> view = scene->GetView(0);
@@ -13,8 +26,6 @@ void FlyToAll(const du::SmartPtr<qxk::ShapeScene>& scene) {
     du::SmartPtr<qxk::WorkflowManager> workflows;
     view->GetWorkflowManager(workflows);
     if (!workflows) return;
-    du::SmartPtr<basicnav::ShapeViewFlyToData> data(new basicnav::ShapeViewFlyToData());
-    data->flyFlags |= 0x01;
-    workflows->SendWorkflowMessage(du::Symbol("shapeviewflyto"), du::Symbol("MsgFlyToAll"), 0,
-                                   du::SmartPtr<du::RefCounted>(data));
+    const du::SmartPtr<du::RefCounted> data = FlyToAllData();
+    workflows->SendWorkflowMessage(du::Symbol("shapeviewflyto"), du::Symbol("MsgFlyToAll"), 0, data);
 }

@@ -27,9 +27,17 @@ GuiTreeWatcher::GuiTreeWatcher(du::SmartPtr<dom::ManagedObject> owner, du::Smart
     guiTree->Initialise(qxk::World::GetWorld());
 }
 
-GuiTreeWatcher::~GuiTreeWatcher() {
+void GuiTreeWatcher::Teardown() {
     guiTree->Close();
     guiTree->SetGuiInterface(nullptr);
+    delete guiInterface;
+    guiInterface = nullptr;
+}
+
+// An interface still here is one whose teardown threw, on an actor that has
+// ended, or never ran, for a watcher that served no actor: no tree event
+// reaches it any more, and its tree goes with it.
+GuiTreeWatcher::~GuiTreeWatcher() {
     delete guiInterface;
     // Loads still in flight stay with the module until their reads end;
     // they find no watcher then and do nothing more.
@@ -68,6 +76,7 @@ void GuiTreeWatcher::RemovePendingLoadEvent(du::SmartPtr<LoadBranchLinkEvent> ev
     pendingLoadEvents.erase(event);
 }
 
+// Also over a first view of another kind, unlike the scene loader's display.
 void GuiTreeWatcher::StartLoadProgress() { ::StartLoadProgress(shapeScene, *managedOwner); }
 
 void GuiTreeWatcher::FlyToAll() { ::FlyToAll(shapeScene); }

@@ -30,9 +30,16 @@ public:
 
     GuiTreeWatcher(du::SmartPtr<dom::ManagedObject> owner, du::SmartPtr<webapi::TreeObserver> observer,
                    du::SmartPtr<qxk::ShapeScene> scene);
+    // Calls the host for nothing but references: the host calls that end
+    // the watcher are Teardown's.
     ~GuiTreeWatcher();
     GuiTreeWatcher(const GuiTreeWatcher&) = delete;
     GuiTreeWatcher& operator=(const GuiTreeWatcher&) = delete;
+
+    // Stops the host's tree and takes the interface out of it. Those host
+    // calls may throw, so they run before the watcher is deleted, where the
+    // actor's exception policy sees them, and never from a destructor.
+    void Teardown();
 
     void PopulateInstanceMap();
     void UpdateInstanceMap(InstanceQueue added, InstanceQueue removed);

@@ -47,6 +47,8 @@ void GuiTreeWatcher::LoadInstancePaths(PathSet paths) {
     }
 }
 
+// Adds a shape instance only where the scene has none, and shows the one it
+// has otherwise; the scene loader adds one for every instance it loads.
 void GuiTreeWatcher::ShowInstanceBranch(qxk::BaseInstance* instance) {
     if (!shapeScene) return;
     const auto branch = MyShapedEnumerator::CollectBranch(instance);

@@ -12,6 +12,7 @@
 #include "publisher/TreeDocuments.h"
 #include "tree/GuiTreeWatcher.h"
 #include "tree/InstVisitor.h"
+#include "tree/TextCut.h"
 
 InstVisitor::~InstVisitor() = default;
 
@@ -41,13 +42,9 @@ const char* const kStateWords[] = {
     "State: VS_Num",
 };
 
-// What lies between two positions, the first exclusive. An end before the
-// start takes the rest of the text, as a count that wraps around does.
-std::string Between(const std::string& text, long long start, long long end) {
-    const std::size_t from = static_cast<std::size_t>(start + 1);
-    if (from > text.size()) return std::string();
-    return text.substr(from, static_cast<std::size_t>(end - start - 1));
-}
+// A position of the request text as the cut takes it: not found (-1)
+// becomes npos.
+std::size_t At(long long position) { return static_cast<std::size_t>(position); }
 
 }  // namespace
 
@@ -61,7 +58,7 @@ void GuiTreeWatcher::QueryNodeStates(du::Symbol json) {
     if (open < 0 || close < 0) return;
     const std::string text = json.safe_c_str();
     std::vector<std::string> tokens;
-    du::StringSplit(Between(text, open, close), tokens, ",");
+    du::StringSplit(CutBetween(text, At(open), At(close)), tokens, ",");
     std::set<du::SmartPtr<qxk::BaseInstance>> roots;
     for (std::string token : tokens) {
         token.erase(std::remove(token.begin(), token.end(), '"'), token.end());
@@ -70,7 +67,7 @@ void GuiTreeWatcher::QueryNodeStates(du::Symbol json) {
     const long long brace = json.rfind("}");
     const long long colon = json.rfind(":");
     int depth = 0;
-    std::istringstream in(Between(text, colon, brace));
+    std::istringstream in(CutBetween(text, At(colon), At(brace)));
     in >> depth;
     if (in.fail() || in.bad()) return;
     if (roots.empty()) return;

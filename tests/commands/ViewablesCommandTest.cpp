@@ -13,6 +13,7 @@
 #include "WorldFile.h"
 #include "devhost/content/WorldContent.h"
 #include "devhost/samples/SampleWorlds.h"
+#include "devhost/world/WorldControl.h"
 
 namespace {
 
@@ -203,6 +204,36 @@ TEST_F(ViewablesCommand, ALateFetchOfAnEarlierRequestCountsDownTheLatestAndFills
     EXPECT_EQ((std::vector<std::string>{"0|thumbnail: figure.png", "0|thumbnail: figure.png",
                                         "0|Number of outstanding figures: 0", "0|Number of outstanding figures: -1"}),
               cmdtest::CommandTraces());
+}
+
+// A late fetch whose place the latest request no longer has (the tree lost a
+// viewable in between) counts down and writes nothing.
+TEST_F(ViewablesCommand, ALateFetchBeyondTheLatestRequestsViewablesWritesNothing) {
+    support::WorldFile world(ctest::SmallWorld(R"(,
+        "components": {
+          "car/wheel_right": { "viewables": [
+            { "kind": "illustration3d", "name": "Wheel", "thumbnail": "figure.png" } ] },
+          "car/body": { "viewables": [
+            { "kind": "illustration3d", "name": "Figure", "thumbnail": "figure.png" } ] } },
+        "loader": { "fetches": { "figure.png": "held" } })"));
+    std::ofstream(world.Folder() + "/figure.png", std::ios::binary) << "\x89PNG late";
+    Start();
+    session->Module().GetViewables(session->Viewables(), 1);
+    session->Settle();
+    ASSERT_TRUE(devhost::ChangeInstances({"car/body"}, {}).done);
+    session->Module().GetViewables(session->Viewables(), 2);
+    session->Settle();
+    const auto loader = devhost::CurrentContent()->OwnLoader();
+    ASSERT_EQ(3u, loader->Fetches().size());
+
+    ASSERT_TRUE(loader->ReleaseFetch(1));  // the first request's second viewable
+    EXPECT_EQ((std::vector<std::string>{
+                  "StartViewablesResult 2",
+                  "ViewablesResult {\n\n\"viewable\":\n{ \"name\": \"Wheel\", \"idpath\": \"car/wheel_right\", "
+                  "\"viewableType\": \"illustration3d\", \"index\": \"0\"}}\n|2",
+                  "EndViewablesResult 2"}),
+              session->Received());
+    EXPECT_TRUE(session->Module().GetNumberOfAnnotationSets() >= 0) << "the module serves on";
 }
 
 }  // namespace
