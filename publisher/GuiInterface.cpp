@@ -74,7 +74,6 @@ void GuiInterface::PublishTreeRemove() { PublishInstances(removedInstances, "tre
 
 void GuiInterface::PublishInstances(const InstanceQueue& instances, const char* key, const char* tracePrefix) {
     TreeDocument document;
-    document.Reserve(instances.size());
     observer->OnTreeMappingBegin();
     for (const auto& instance : instances)
         document.AddInstance(instance->GetUniqueId(), instance->GetIdPath().safe_c_str());
@@ -124,11 +123,13 @@ void GuiInterface::PublishStates(const guitree::VisAndIconChanges& changes, cons
         document.AddState(instance->GetUniqueId(), state, loaded);
         if (count == updateBatchSize) {
             count = 0;
+            // A full chunk, and only a full one, goes under the operation's own key.
             const std::string_view text = document.Take(chunkKey);
             if (!text.empty()) observer->OnTreeUpdate(du::Symbol(text.data(), text.size()));
         }
     }
     if (!document.Empty()) {
+        // The remainder goes under "treeUpdate" whichever operation this is.
         const std::string_view text = document.Take("treeUpdate");
         if (!text.empty()) observer->OnTreeUpdate(du::Symbol(text.data(), text.size()));
     }

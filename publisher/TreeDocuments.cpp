@@ -1,88 +1,91 @@
 #include "publisher/TreeDocuments.h"
 
-#include <rapidjson/writer.h>
-
+#include <cassert>
 #include <charconv>
 #include <cstring>
 
 namespace webapi {
 
-TreeDocument::TreeDocument() { document.SetObject(); }
+namespace {
 
-std::size_t TreeDocument::Keep(const char* text, std::size_t length) {
-    const std::size_t at = values.size();
-    values.append(text, length);
-    return at;
+// A document's head, `{"` key `":`, is laid out by hand in front of the
+// array the writer made, exactly as the writer would have put it: the keys
+// are the module's own literals and need no escaping.
+constexpr std::size_t HeadLength(std::size_t keyLength) { return keyLength + 4; }
+
+// The longest key there is, so that any head fits the room kept for it.
+constexpr char kLongestKey[] = "treeUpdateChanges";
+constexpr std::size_t kHeadRoom = HeadLength(sizeof kLongestKey - 1);
+
+void WriteHead(char* at, const char* key, std::size_t keyLength) {
+    *at++ = '{';
+    *at++ = '"';
+    std::memcpy(at, key, keyLength);
+    at += keyLength;
+    *at++ = '"';
+    *at = ':';
+}
+
+}  // namespace
+
+TreeDocument::TreeDocument() : writer(text) {}
+
+void TreeDocument::Open() {
+    text.Clear();
+    text.Push(kHeadRoom);
+    writer.Reset(text);
+    writer.StartArray();
+    open = true;
 }
 
 // Ids are written as a default-formatted stream writes an unsigned number:
 // plain decimal digits.
-void TreeDocument::AddInstance(std::uint64_t id, const char* idPath) {
+void TreeDocument::Id(std::uint64_t id) {
     char digits[24];
-    const auto idEnd = std::to_chars(digits, digits + sizeof digits, id).ptr;
-    const std::size_t idLength = static_cast<std::size_t>(idEnd - digits);
-    const std::size_t idAt = Keep(digits, idLength);
-    const std::size_t pathLength = std::strlen(idPath);
-    entries.push_back({idAt, idLength, "idpath", Keep(idPath, pathLength), pathLength, nullptr});
+    const auto end = std::to_chars(digits, digits + sizeof digits, id).ptr;
+    writer.Key("id", 2);
+    writer.String(digits, static_cast<rapidjson::SizeType>(end - digits));
+}
+
+void TreeDocument::AddInstance(std::uint64_t id, const char* idPath) {
+    if (!open) Open();
+    writer.StartObject();
+    Id(id);
+    writer.Key("idpath", 6);
+    writer.String(idPath, static_cast<rapidjson::SizeType>(std::strlen(idPath)));
+    writer.EndObject();
+    ++entries;
 }
 
 void TreeDocument::AddState(std::uint64_t id, int state, const char* loaded) {
-    char digits[24];
-    const auto idEnd = std::to_chars(digits, digits + sizeof digits, id).ptr;
-    const std::size_t idLength = static_cast<std::size_t>(idEnd - digits);
-    const std::size_t idAt = Keep(digits, idLength);
-    const auto stateEnd = std::to_chars(digits, digits + sizeof digits, state).ptr;
-    const std::size_t stateLength = static_cast<std::size_t>(stateEnd - digits);
-    entries.push_back({idAt, idLength, "state", Keep(digits, stateLength), stateLength, loaded});
-}
-
-bool TreeDocument::Build(rapidjson::Document& builder, const char* key) const {
-    const auto length = [](const char* literal) { return static_cast<rapidjson::SizeType>(std::strlen(literal)); };
-    const auto copy = [&](std::size_t at, std::size_t count) {
-        builder.String(values.data() + at, static_cast<rapidjson::SizeType>(count), true);
-    };
-    builder.StartObject();
-    builder.Key(key, length(key), true);
-    builder.StartArray();
-    for (const Entry& entry : entries) {
-        builder.StartObject();
-        builder.Key("id", 2, false);
-        copy(entry.idAt, entry.idLength);
-        builder.Key(entry.secondKey, length(entry.secondKey), false);
-        copy(entry.secondAt, entry.secondLength);
-        if (entry.loaded) {
-            builder.Key("loaded", 6, false);
-            builder.String(entry.loaded, length(entry.loaded), true);
-        }
-        builder.EndObject(entry.loaded ? 3 : 2);
+    if (!open) Open();
+    writer.StartObject();
+    Id(id);
+    char digits[16];
+    const auto end = std::to_chars(digits, digits + sizeof digits, state).ptr;
+    writer.Key("state", 5);
+    writer.String(digits, static_cast<rapidjson::SizeType>(end - digits));
+    if (loaded) {
+        writer.Key("loaded", 6);
+        writer.String(loaded, static_cast<rapidjson::SizeType>(std::strlen(loaded)));
     }
-    builder.EndArray(static_cast<rapidjson::SizeType>(entries.size()));
-    builder.EndObject(1);
-    return true;
-}
-
-std::size_t TreeDocument::PlainLength(const char* key) const {
-    // {"key":[ ... ]} with {"id":"..","second":".."} entries, comma-separated.
-    std::size_t length = std::strlen(key) + 7 + values.size();
-    for (const Entry& entry : entries) {
-        length += std::strlen(entry.secondKey) + 16;
-        if (entry.loaded) length += std::strlen(entry.loaded) + 12;
-    }
-    return entries.empty() ? length : length - 1;  // no comma behind the last
+    writer.EndObject();
+    ++entries;
 }
 
 std::string_view TreeDocument::Take(const char* key) {
-    auto build = [&](rapidjson::Document& builder) { return Build(builder, key); };
-    document.Populate(build);
-    text.Clear();
-    // A large document then needs no copies of its text as it grows.
-    text.Reserve(PlainLength(key));
-    rapidjson::Writer<rapidjson::StringBuffer> writer(text);
-    document.Accept(writer);
-    document.SetObject();
-    entries.clear();
-    values.clear();
-    return std::string_view(text.GetString(), text.GetSize());
+    if (!open) Open();
+    writer.EndArray();
+    text.Put('}');
+    const std::size_t keyLength = std::strlen(key);
+    assert(HeadLength(keyLength) <= kHeadRoom);
+    const std::size_t start = kHeadRoom - HeadLength(keyLength);
+    // The buffer is this object's own, writable memory.
+    char* buffer = const_cast<char*>(text.GetString());
+    WriteHead(buffer + start, key, keyLength);
+    open = false;
+    entries = 0;
+    return std::string_view(buffer + start, text.GetSize() - start);
 }
 
 std::string ClearTreeDocument() {
