@@ -26,6 +26,16 @@ void WriteHead(char* at, const char* key, std::size_t keyLength) {
     *at = ':';
 }
 
+// Ids are written as a default-formatted stream writes an unsigned number:
+// plain decimal digits.
+char* WriteDigits(char* at, std::uint64_t number) { return std::to_chars(at, at + 20, number).ptr; }
+
+char* WriteLiteral(char* at, const char* literal) {
+    const std::size_t length = std::strlen(literal);
+    std::memcpy(at, literal, length);
+    return at + length;
+}
+
 }  // namespace
 
 TreeDocument::TreeDocument() : writer(text) {}
@@ -38,13 +48,14 @@ void TreeDocument::Open() {
     open = true;
 }
 
-// Ids are written as a default-formatted stream writes an unsigned number:
-// plain decimal digits.
+// Digits need no escaping: the quoted id goes to the writer as it stands.
 void TreeDocument::Id(std::uint64_t id) {
-    char digits[24];
-    const auto end = std::to_chars(digits, digits + sizeof digits, id).ptr;
+    char quoted[24];
+    quoted[0] = '"';
+    char* end = WriteDigits(quoted + 1, id);
+    *end++ = '"';
     writer.Key("id", 2);
-    writer.String(digits, static_cast<rapidjson::SizeType>(end - digits));
+    writer.RawValue(quoted, static_cast<std::size_t>(end - quoted), rapidjson::kStringType);
 }
 
 void TreeDocument::AddInstance(std::uint64_t id, const char* idPath) {
@@ -57,19 +68,24 @@ void TreeDocument::AddInstance(std::uint64_t id, const char* idPath) {
     ++entries;
 }
 
+// A state entry holds digits and the module's literals only, none of which
+// the writer would escape, so it is laid out whole and handed to the writer
+// as one value, which still places the commas between entries.
 void TreeDocument::AddState(std::uint64_t id, int state, const char* loaded) {
     if (!open) Open();
-    writer.StartObject();
-    Id(id);
-    char digits[16];
-    const auto end = std::to_chars(digits, digits + sizeof digits, state).ptr;
-    writer.Key("state", 5);
-    writer.String(digits, static_cast<rapidjson::SizeType>(end - digits));
+    char entry[96];
+    char* at = WriteLiteral(entry, "{\"id\":\"");
+    at = WriteDigits(at, id);
+    at = WriteLiteral(at, "\",\"state\":\"");
+    at = std::to_chars(at, at + 11, state).ptr;
+    *at++ = '"';
     if (loaded) {
-        writer.Key("loaded", 6);
-        writer.String(loaded, static_cast<rapidjson::SizeType>(std::strlen(loaded)));
+        at = WriteLiteral(at, ",\"loaded\":\"");
+        at = WriteLiteral(at, loaded);  // "true" or "false"
+        *at++ = '"';
     }
-    writer.EndObject();
+    *at++ = '}';
+    writer.RawValue(entry, static_cast<std::size_t>(at - entry), rapidjson::kObjectType);
     ++entries;
 }
 
