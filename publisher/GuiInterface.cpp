@@ -74,6 +74,7 @@ void GuiInterface::PublishTreeRemove() { PublishInstances(removedInstances, "tre
 
 void GuiInterface::PublishInstances(const InstanceQueue& instances, const char* key, const char* tracePrefix) {
     TreeDocument document;
+    document.Reserve(instances.size());
     observer->OnTreeMappingBegin();
     for (const auto& instance : instances)
         document.AddInstance(instance->GetUniqueId(), instance->GetIdPath().safe_c_str());

@@ -48,14 +48,27 @@ void TreeDocument::Open() {
     open = true;
 }
 
-// Digits need no escaping: the quoted id goes to the writer as it stands.
+void TreeDocument::Reserve(std::size_t count) {
+    // An id of up to 20 digits and an idpath of a few names.
+    constexpr std::size_t kUsualEntry = 64;
+    text.Reserve(kHeadRoom + count * kUsualEntry + 2);
+}
+
+// The writer places the separator in front of the value and counts it;
+// the value's text, which needs no escaping, is copied in behind it whole.
+void TreeDocument::PutValue(const char* value, std::size_t length, rapidjson::Type type) {
+    writer.RawValue("", 0, type);
+    std::memcpy(text.Push(length), value, length);
+}
+
+// Digits need no escaping: the quoted id goes in as it stands.
 void TreeDocument::Id(std::uint64_t id) {
     char quoted[24];
     quoted[0] = '"';
     char* end = WriteDigits(quoted + 1, id);
     *end++ = '"';
     writer.Key("id", 2);
-    writer.RawValue(quoted, static_cast<std::size_t>(end - quoted), rapidjson::kStringType);
+    PutValue(quoted, static_cast<std::size_t>(end - quoted), rapidjson::kStringType);
 }
 
 void TreeDocument::AddInstance(std::uint64_t id, const char* idPath) {
@@ -69,8 +82,7 @@ void TreeDocument::AddInstance(std::uint64_t id, const char* idPath) {
 }
 
 // A state entry holds digits and the module's literals only, none of which
-// the writer would escape, so it is laid out whole and handed to the writer
-// as one value, which still places the commas between entries.
+// the writer would escape, so it is laid out whole and put in as one value.
 void TreeDocument::AddState(std::uint64_t id, int state, const char* loaded) {
     if (!open) Open();
     char entry[96];
@@ -85,7 +97,7 @@ void TreeDocument::AddState(std::uint64_t id, int state, const char* loaded) {
         *at++ = '"';
     }
     *at++ = '}';
-    writer.RawValue(entry, static_cast<std::size_t>(at - entry), rapidjson::kObjectType);
+    PutValue(entry, static_cast<std::size_t>(at - entry), rapidjson::kObjectType);
     ++entries;
 }
 

@@ -25,6 +25,10 @@ class TreeDocument {
 public:
     TreeDocument();
 
+    // Makes room for count more entries of a usual size, so that a large
+    // document does not move as it grows. Room never written to costs
+    // address space only.
+    void Reserve(std::size_t count);
     // An entry of "treeMapping" or "treeRemove".
     void AddInstance(std::uint64_t id, const char* idPath);
     // An entry of "treeUpdate" or "treeUpdateChanges"; loaded is "true",
@@ -41,6 +45,7 @@ private:
 
     // Keeps the room for the head and opens the array.
     void Open();
+    void PutValue(const char* value, std::size_t length, rapidjson::Type type);
     void Id(std::uint64_t id);
 
     rapidjson::StringBuffer text;
