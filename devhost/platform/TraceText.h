@@ -7,10 +7,8 @@
 namespace devhost {
 
 // The text of one trace entry as the trace sink keeps it. Short texts live
-// in a std::string. A text of megabytes (a whole document traced as it
-// went out) lives in pages of its own mapped for huge pages: filling tens
-// of megabytes of fresh small pages costs a fault per 4 kB, which on a
-// virtual machine takes far longer than copying the bytes.
+// in a std::string; a text of megabytes (a whole document traced as it
+// went out) lives in huge pages of its own (devhost/platform/HugePages.h).
 class TraceText {
 public:
     TraceText() = default;
