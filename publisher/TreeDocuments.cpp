@@ -54,29 +54,43 @@ void TreeDocument::Reserve(std::size_t count) {
     text.Reserve(kHeadRoom + count * kUsualEntry + 2);
 }
 
-// The writer places the separator in front of the value and counts it;
-// the value's text, which needs no escaping, is copied in behind it whole.
-void TreeDocument::PutValue(const char* value, std::size_t length, rapidjson::Type type) {
+// The writer places the separator in front of a value and counts it; the
+// value's text, which needs no escaping, is then copied in behind it whole.
+char* TreeDocument::PutValue(std::size_t length, rapidjson::Type type) {
     writer.RawValue("", 0, type);
-    std::memcpy(text.Push(length), value, length);
+    return text.Push(length);
 }
 
-// Digits need no escaping: the quoted id goes in as it stands.
+void TreeDocument::PutQuoted(const char* value, std::size_t length) {
+    char* at = PutValue(length + 2, rapidjson::kStringType);
+    at[0] = '"';
+    std::memcpy(at + 1, value, length);
+    at[length + 1] = '"';
+}
+
+// Ids are digits, which need no escaping.
 void TreeDocument::Id(std::uint64_t id) {
-    char quoted[24];
-    quoted[0] = '"';
-    char* end = WriteDigits(quoted + 1, id);
-    *end++ = '"';
+    char digits[20];
     writer.Key("id", 2);
-    PutValue(quoted, static_cast<std::size_t>(end - quoted), rapidjson::kStringType);
+    PutQuoted(digits, static_cast<std::size_t>(WriteDigits(digits, id) - digits));
 }
 
+// Most idpaths hold nothing the writer escapes (control characters, the
+// quote and the backslash); those go in whole, the others through the
+// writer's escaping.
 void TreeDocument::AddInstance(std::uint64_t id, const char* idPath) {
     if (!open) Open();
     writer.StartObject();
     Id(id);
     writer.Key("idpath", 6);
-    writer.String(idPath, static_cast<rapidjson::SizeType>(std::strlen(idPath)));
+    bool plain = true;
+    std::size_t length = 0;
+    for (unsigned char c; (c = static_cast<unsigned char>(idPath[length])) != 0; ++length)
+        if (c < 0x20 || c == '"' || c == '\\') plain = false;
+    if (plain)
+        PutQuoted(idPath, length);
+    else
+        writer.String(idPath, static_cast<rapidjson::SizeType>(length));
     writer.EndObject();
     ++entries;
 }
@@ -97,7 +111,8 @@ void TreeDocument::AddState(std::uint64_t id, int state, const char* loaded) {
         *at++ = '"';
     }
     *at++ = '}';
-    PutValue(entry, static_cast<std::size_t>(at - entry), rapidjson::kObjectType);
+    const auto length = static_cast<std::size_t>(at - entry);
+    std::memcpy(PutValue(length, rapidjson::kObjectType), entry, length);
     ++entries;
 }
 

@@ -45,7 +45,9 @@ private:
 
     // Keeps the room for the head and opens the array.
     void Open();
-    void PutValue(const char* value, std::size_t length, rapidjson::Type type);
+    // Room for a value of length bytes, behind its separator.
+    char* PutValue(std::size_t length, rapidjson::Type type);
+    void PutQuoted(const char* value, std::size_t length);
     void Id(std::uint64_t id);
 
     rapidjson::StringBuffer text;
