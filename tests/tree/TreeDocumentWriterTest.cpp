@@ -22,6 +22,8 @@
 #include "CleanProcess.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/world/WorldControl.h"
+#include "dp/QXTracer.h"
+#include "du/Symbol.h"
 #include "guitree/VisAndIconChanges.h"
 #include "publisher/GuiInterface.h"
 #include "publisher/TreeDocuments.h"
@@ -123,6 +125,34 @@ TEST(TreeDocumentWriter, WritesWhatTheDocumentWroteOverRandomEntriesAndChunks) {
         ASSERT_EQ(std::string(document.Take(key)), OracleDocument(key, entries)) << "round " << round;
         EXPECT_TRUE(document.Empty());
     }
+}
+
+// A document of megabytes takes the host's large-text paths: the Symbol
+// that carries it and the trace entry that holds it must keep every byte.
+TEST(TreeDocumentWriter, ADocumentOfMegabytesComesThroughWholeInItsSymbolAndTrace) {
+    std::mt19937_64 random(31337);
+    webapi::TreeDocument document;
+    document.Reserve(1000);  // far fewer than come: the buffer grows past its room
+    std::vector<OracleEntry> entries;
+    while (entries.size() < 45000) {
+        const std::uint64_t id = RandomId(random);
+        const std::string path = "root/" + RandomText(random, 3) + "/part" + std::to_string(entries.size());
+        document.AddInstance(id, path.c_str());
+        entries.push_back({std::to_string(id), "idpath", path, nullptr});
+    }
+    const std::string_view text = document.Take("treeMapping");
+    const std::string expected = OracleDocument("treeMapping", entries);
+    ASSERT_GT(expected.size(), 2u << 20);
+    ASSERT_EQ(std::string(text), expected);
+
+    support::CleanProcess clean;
+    const du::Symbol symbol(text.data(), text.size());
+    du::Symbol copy = symbol;
+    EXPECT_EQ(copy.length(), expected.size());
+    EXPECT_EQ(copy.str(), expected);
+    dp::QXTracer("webapi", "GuiInterface")(dp::TT_Info) << "Tree Add Instances: " << text;
+    EXPECT_EQ(support::Traces("webapi", "GuiInterface"),
+              std::vector<std::string>{"0|Tree Add Instances: " + expected});
 }
 
 // A world of random depth and width whose names are random texts.
