@@ -10,8 +10,11 @@ namespace devhost {
 // and the kernel is asked to back them with huge pages.
 constexpr std::size_t kHugePage = std::size_t{1} << 21;
 
-// length is rounded up to whole huge pages; throws std::bad_alloc.
-char* MapHugePages(std::size_t& length);
+// length in whole huge pages.
+std::size_t HugePagesLength(std::size_t length);
+// Pages for HugePagesLength(length) bytes; throws std::bad_alloc.
+char* MapHugePages(std::size_t length);
+// Unmaps what MapHugePages gave for the same length.
 void UnmapHugePages(char* pages, std::size_t length);
 
 }  // namespace devhost

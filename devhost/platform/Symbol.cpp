@@ -27,7 +27,7 @@ struct Symbol::Rep {
     static bool Large(std::size_t length) { return sizeof(Rep) + length + 1 >= devhost::kHugePage; }
 
     static Rep* Make(const char* text, std::size_t length) {
-        std::size_t block = sizeof(Rep) + length + 1;
+        const std::size_t block = sizeof(Rep) + length + 1;
         void* memory = Large(length) ? devhost::MapHugePages(block) : std::malloc(block);
         if (!memory) throw std::bad_alloc();
         Rep* rep = ::new (memory) Rep;
@@ -44,13 +44,10 @@ struct Symbol::Rep {
         if (rep && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
             const std::size_t length = rep->length;
             rep->~Rep();
-            if (Large(length)) {
-                std::size_t block = sizeof(Rep) + length + 1;
-                block = (block + devhost::kHugePage - 1) & ~(devhost::kHugePage - 1);
-                devhost::UnmapHugePages(reinterpret_cast<char*>(rep), block);
-            } else {
+            if (Large(length))
+                devhost::UnmapHugePages(reinterpret_cast<char*>(rep), sizeof(Rep) + length + 1);
+            else
                 std::free(rep);
-            }
         }
     }
 };

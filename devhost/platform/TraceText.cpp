@@ -41,7 +41,7 @@ void TraceText::Append(const char* text, std::size_t length) {
     }
     const std::size_t wanted = Size() + length;
     if (wanted > capacity_) {
-        std::size_t capacity = wanted > 2 * capacity_ ? wanted : 2 * capacity_;
+        const std::size_t capacity = HugePagesLength(wanted > 2 * capacity_ ? wanted : 2 * capacity_);
         char* grown = MapHugePages(capacity);
         const std::string_view kept = View();
         std::memcpy(grown, kept.data(), kept.size());
