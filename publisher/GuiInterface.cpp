@@ -124,11 +124,13 @@ void GuiInterface::PublishStates(const guitree::VisAndIconChanges& changes, cons
         document.AddState(instance->GetUniqueId(), state, loaded);
         if (count == updateBatchSize) {
             count = 0;
+            // A full chunk, and only a full one, goes under the operation's own key.
             const std::string_view text = document.Take(chunkKey);
             if (!text.empty()) observer->OnTreeUpdate(du::Symbol(text.data(), text.size()));
         }
     }
     if (!document.Empty()) {
+        // The remainder goes under "treeUpdate" whichever operation this is.
         const std::string_view text = document.Take("treeUpdate");
         if (!text.empty()) observer->OnTreeUpdate(du::Symbol(text.data(), text.size()));
     }

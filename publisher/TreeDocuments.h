@@ -5,60 +5,55 @@
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 
 #include "remote/TreeObserver.h"
 
 namespace webapi {
 
-// The compact documents of the tree, written by RapidJSON: one root object
-// with one array of entries under the document's key, built as a document
-// on one allocator and then written out.
+// The compact documents of the tree: one root object with one array of
+// entries under the document's key, written by RapidJSON's Writer straight
+// into one buffer, with no document in between. The buffer serves every
+// document the object makes, so the chunks of one call reuse its room.
 //
-// Entries are gathered as plain text first and the document is built from
-// them in one pass when it is taken: the document then gets each object
-// and the array at their exact sizes, where members added one by one take
-// room for sixteen per object.
+// Which key a chunk goes under may be known only when it is taken, so the
+// array is written behind room kept at the front of the buffer, and the
+// head with the key is put into that room when the text is taken.
 class TreeDocument {
 public:
     TreeDocument();
 
-    // Makes room for count more entries.
-    void Reserve(std::size_t count) { entries.reserve(entries.size() + count); }
+    // Makes room for count more entries of a usual size, so that a large
+    // document does not move as it grows. Room never written to costs
+    // address space only.
+    void Reserve(std::size_t count);
     // An entry of "treeMapping" or "treeRemove".
     void AddInstance(std::uint64_t id, const char* idPath);
     // An entry of "treeUpdate" or "treeUpdateChanges"; loaded is "true",
     // "false", or null for no such member.
     void AddState(std::uint64_t id, int state, const char* loaded);
-    bool Empty() const { return entries.empty(); }
-    // The text with the entries so far under key, valid until the next
-    // Take; the entries are then gone, and the allocator is kept for the
-    // next chunk.
+    bool Empty() const { return entries == 0; }
+    // The text with the entries so far under key, one of the tree's
+    // document keys; valid until the next Add or Take. The entries are then
+    // gone and the buffer is kept for the next document.
     std::string_view Take(const char* key);
 
 private:
-    // Where an entry's texts stand in values.
-    struct Entry {
-        std::size_t idAt, idLength;
-        const char* secondKey;  // "idpath" or "state"
-        std::size_t secondAt, secondLength;
-        const char* loaded;  // null: no "loaded" member
-    };
+    using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 
-    // Appends the text to values and gives where it starts.
-    std::size_t Keep(const char* text, std::size_t length);
-    // Emits the whole document under key to the document's builder.
-    bool Build(rapidjson::Document& builder, const char* key) const;
-    // The length of the text under key when no character needs escaping.
-    std::size_t PlainLength(const char* key) const;
+    // Keeps the room for the head and opens the array.
+    void Open();
+    // Room for a value of length bytes, behind its separator.
+    char* PutValue(std::size_t length, rapidjson::Type type);
+    void PutQuoted(const char* value, std::size_t length);
+    void Id(std::uint64_t id);
 
-    rapidjson::Document document;
-    std::vector<Entry> entries;
-    std::string values;  // the texts of all entries, back to back
     rapidjson::StringBuffer text;
+    Writer writer;
+    std::size_t entries = 0;
+    bool open = false;  // the array of the next document is begun
 };
 
 // The hand-built "clearTree" document.
@@ -71,8 +66,9 @@ class HandBuiltStateChanges {
 public:
     HandBuiltStateChanges(TreeObserver& observer, unsigned int batchSize, std::size_t total);
     void Add(std::uint64_t id, int state);
-    // Sends the document once its batch is full. Apart from Add, so that
-    // what the caller does for an entry comes before the document goes.
+    // Sends the document once its batch is full. Kept apart from Add on
+    // purpose: a caller traces each entry between the two, and that trace
+    // must come before the document that carries the entry.
     void SendIfFull();
     // Sends what is left, if anything.
     void Finish();

@@ -18,6 +18,23 @@ namespace {
 using Document = rapidjson::Document;
 
 constexpr std::size_t kTracePage = 10000;
+constexpr std::size_t kTraceTextCut = 4096;
+
+// {"seq", "names", "type", "text", "length"}: length counts the whole
+// text's bytes, however much of it text holds.
+Json TraceJson(const NumberedTraceEntry& each, Document::AllocatorType& allocator) {
+    Json entry(rapidjson::kObjectType), names(rapidjson::kArrayType);
+    entry.AddMember("seq", static_cast<std::uint64_t>(each.seq), allocator);
+    names.PushBack(Json(each.entry.module.c_str(), allocator), allocator);
+    names.PushBack(Json(each.entry.name.c_str(), allocator), allocator);
+    entry.AddMember("names", names, allocator);
+    entry.AddMember("type", each.entry.type < 0 ? Json(rapidjson::kNullType) : Json(each.entry.type), allocator);
+    entry.AddMember(
+        "text", Json(each.entry.text.c_str(), static_cast<rapidjson::SizeType>(each.entry.text.size()), allocator),
+        allocator);
+    entry.AddMember("length", static_cast<std::uint64_t>(each.length), allocator);
+    return entry;
+}
 
 void Traces(const httplib::Request& request, httplib::Response& response) {
     unsigned long long since = 0;
@@ -34,22 +51,33 @@ void Traces(const httplib::Request& request, httplib::Response& response) {
     Document reply(rapidjson::kObjectType);
     auto& allocator = reply.GetAllocator();
     Json entries(rapidjson::kArrayType);
-    for (const NumberedTraceEntry& each : TraceLog::EntriesSince(since, limit)) {
-        Json entry(rapidjson::kObjectType), names(rapidjson::kArrayType);
-        entry.AddMember("seq", static_cast<std::uint64_t>(each.seq), allocator);
-        names.PushBack(Json(each.entry.module.c_str(), allocator), allocator);
-        names.PushBack(Json(each.entry.name.c_str(), allocator), allocator);
-        entry.AddMember("names", names, allocator);
-        entry.AddMember("type", each.entry.type < 0 ? Json(rapidjson::kNullType) : Json(each.entry.type), allocator);
-        entry.AddMember("text",
-                        Json(each.entry.text.c_str(), static_cast<rapidjson::SizeType>(each.entry.text.size()),
-                             allocator),
-                        allocator);
+    // A listing carries the head of each text only: one entry may hold a
+    // whole document of many megabytes, which GET /host/traces/SEQ gives.
+    for (const NumberedTraceEntry& each : TraceLog::EntriesSince(since, limit, kTraceTextCut)) {
+        Json entry = TraceJson(each, allocator);
+        if (each.entry.text.size() < each.length) entry.AddMember("cut", true, allocator);
         entries.PushBack(entry, allocator);
     }
     reply.AddMember("entries", entries, allocator);
     reply.AddMember("last", static_cast<std::uint64_t>(TraceLog::LastSequence()), allocator);
     ReplyJson(response, 200, reply);
+}
+
+void Trace(const httplib::Request& request, httplib::Response& response) {
+    unsigned long long seq = 0;
+    if (!ReadSessionId(request.matches[1].str(), seq)) {
+        ReplyError(response, 400, "bad-request", "traces/SEQ, with a whole number");
+        return;
+    }
+    NumberedTraceEntry entry;
+    if (!TraceLog::EntryAt(seq, entry)) {
+        ReplyError(response, 404, "unknown-trace",
+                   "no trace entry " + std::to_string(seq) + " in the window; the latest is " +
+                       std::to_string(TraceLog::LastSequence()));
+        return;
+    }
+    Document holder;  // its allocator holds the reply
+    ReplyJson(response, 200, TraceJson(entry, holder.GetAllocator()));
 }
 
 void State(const httplib::Request& request, httplib::Response& response) {
@@ -116,6 +144,9 @@ void Control(const httplib::Request& request, httplib::Response& response) {
 void AddHostRoutes(httplib::Server& server, GatewayContext& context) {
     server.Get("/host/traces", [](const httplib::Request& request, httplib::Response& response) {
         Traces(request, response);
+    });
+    server.Get(R"(/host/traces/([^/]+))", [](const httplib::Request& request, httplib::Response& response) {
+        Trace(request, response);
     });
     server.Get("/host/state", [](const httplib::Request& request, httplib::Response& response) {
         State(request, response);

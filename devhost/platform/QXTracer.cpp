@@ -11,31 +11,27 @@ namespace dp {
 
 namespace {
 
-// A stream that writes into a string of its own, so that the finished text
-// can be handed on without a copy: an entry may hold a document of many
-// megabytes.
+// A stream that writes into a text of its own, so that the finished text
+// can be handed to the sink without a copy: an entry may hold a document of
+// many megabytes.
 class TextStream : public std::ostream {
 public:
     TextStream() : std::ostream(nullptr) { rdbuf(&buffer_); }
 
     // The text so far; the stream is empty afterwards.
-    std::string Take() {
-        std::string text = std::move(buffer_.text);
-        buffer_.text.clear();
-        return text;
-    }
+    devhost::TraceText Take() { return std::move(buffer_.text); }
 
 private:
     struct Buffer : std::streambuf {
-        std::string text;
+        devhost::TraceText text;
 
         int_type overflow(int_type ch) override {
             if (traits_type::eq_int_type(ch, traits_type::eof())) return traits_type::not_eof(ch);
-            text.push_back(traits_type::to_char_type(ch));
+            text.Append(traits_type::to_char_type(ch));
             return ch;
         }
         std::streamsize xsputn(const char* s, std::streamsize count) override {
-            text.append(s, static_cast<std::size_t>(count));
+            text.Append(s, static_cast<std::size_t>(count));
             return count;
         }
     };
@@ -80,7 +76,7 @@ TraceFormatter::TraceFormatter(const QXTracer& tracer, TraceType type) : tracer_
 
 TraceFormatter::~TraceFormatter() {
     auto* text = static_cast<TextStream*>(text_);
-    tracer_.Write(type_, text->Take());
+    devhost::TraceLog::Append(tracer_.GetModule(), tracer_.GetName(), type_, text->Take());
     if (ownsText_)
         delete text;
     else

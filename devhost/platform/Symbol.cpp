@@ -9,6 +9,8 @@
 #include <ostream>
 #include <string_view>
 
+#include "devhost/platform/HugePages.h"
+
 namespace du {
 
 // One shared, immutable text with its own count; copies of a Symbol share it.
@@ -19,8 +21,14 @@ struct Symbol::Rep {
     // The text follows the header in the same block.
     char* text() noexcept { return reinterpret_cast<char*>(this + 1); }
 
+    // A text of megabytes goes into huge pages: a large document's text is
+    // made into a Symbol as it goes out, and fresh small pages cost more
+    // than its copy.
+    static bool Large(std::size_t length) { return sizeof(Rep) + length + 1 >= devhost::kHugePage; }
+
     static Rep* Make(const char* text, std::size_t length) {
-        void* memory = std::malloc(sizeof(Rep) + length + 1);
+        const std::size_t block = sizeof(Rep) + length + 1;
+        void* memory = Large(length) ? devhost::MapHugePages(block) : std::malloc(block);
         if (!memory) throw std::bad_alloc();
         Rep* rep = ::new (memory) Rep;
         rep->refs.store(1, std::memory_order_relaxed);
@@ -34,8 +42,12 @@ struct Symbol::Rep {
     }
     static void Release(Rep* rep) noexcept {
         if (rep && rep->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+            const std::size_t length = rep->length;
             rep->~Rep();
-            std::free(rep);
+            if (Large(length))
+                devhost::UnmapHugePages(reinterpret_cast<char*>(rep), sizeof(Rep) + length + 1);
+            else
+                std::free(rep);
         }
     }
 };
