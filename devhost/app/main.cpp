@@ -4,6 +4,7 @@
 // gateway on 127.0.0.1, until Ctrl-C or SIGTERM. With --session it runs a
 // console session of command lines instead.
 
+#include <cctype>
 #include <csignal>
 #include <iostream>
 #include <string>
@@ -33,16 +34,18 @@ struct Options {
     std::string plugin = WEBAPI_PLUGIN_PATH;
     std::string web = DEVHOST_WEB_ROOT;
     int port = 8080;
+    std::string token;              // "" for a random one
     bool trace = false;
 };
 
 void PrintUsage() {
     std::cout << "usage: webapi-devhost [--world FILE | --synthetic N] [--plugin PATH] [--port P] [--session FILE|-]\n"
-                 "                      [--web DIR] [--trace]\n"
+                 "                      [--web DIR] [--token TEXT] [--trace]\n"
                  "  Serves the module on http://127.0.0.1:P/ (default 8080, or the next free port), with the\n"
                  "  page at / and the API of devhost/gateway/GATEWAY.md. --session runs a console session of\n"
                  "  lines \"Method argument ...\", \"settle\", \"methods\" or # comments instead. --trace echoes\n"
-                 "  the trace to standard error.\n";
+                 "  the trace to standard error. Every API request carries the token printed with the address\n"
+                 "  (random, or --token TEXT).\n";
 }
 
 bool ParseOptions(int argc, char** argv, Options& options) {
@@ -67,6 +70,8 @@ bool ParseOptions(int argc, char** argv, Options& options) {
                 options.web = value;
             } else if (arg == "--port" && next()) {
                 options.port = std::stoi(value);
+            } else if (arg == "--token" && next() && !value.empty()) {
+                options.token = value;
             } else if (arg == "--trace") {
                 options.trace = true;
             } else if (arg == "--no-trace") {
@@ -79,6 +84,23 @@ bool ParseOptions(int argc, char** argv, Options& options) {
         }
     }
     return options.worldFile.empty() || options.synthetic == 0;
+}
+
+// A token given with --token may hold any character; in the address it is
+// percent-encoded.
+std::string UrlText(const std::string& text) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    std::string encoded;
+    for (unsigned char c : text) {
+        if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~') {
+            encoded += static_cast<char>(c);
+        } else {
+            encoded += '%';
+            encoded += kDigits[c >> 4];
+            encoded += kDigits[c & 15];
+        }
+    }
+    return encoded;
 }
 
 void DescribeWorld() {
@@ -96,6 +118,7 @@ int ServeGateway(const Options& options, const du::Symbol& actorName,
     devhost::gateway::GatewayOptions gatewayOptions;
     gatewayOptions.actorName = actorName.str();
     gatewayOptions.webRoot = options.web;
+    gatewayOptions.token = options.token;
     devhost::gateway::Gateway gateway(gatewayOptions);
     std::string why;
     if (!gateway.Ready(&why)) {
@@ -107,7 +130,10 @@ int ServeGateway(const Options& options, const du::Symbol& actorName,
         std::cerr << "webapi-devhost: no free port from " << options.port << '\n';
         return 1;
     }
-    std::cout << "webapi-devhost: open http://127.0.0.1:" << port << "/  (Ctrl-C ends)" << std::endl;
+    // The address stands on a line of its own so that a person can copy it
+    // and a script can find it; the page reads its token from there.
+    std::cout << "webapi-devhost: serving on 127.0.0.1:" << port << "; open (Ctrl-C ends):\n"
+              << "http://127.0.0.1:" << port << "/?token=" << UrlText(gateway.Token()) << std::endl;
     std::thread waiter([&] {
         int signal = 0;
         sigwait(&stopSignals, &signal);

@@ -2,6 +2,8 @@
 
 #include "devhost/gateway/GatewayContext.h"
 #include "devhost/gateway/JsonReply.h"
+#include "devhost/gateway/RandomText.h"
+#include "devhost/gateway/RequestGuard.h"
 
 #include <mutex>
 #include <thread>
@@ -17,9 +19,11 @@ constexpr std::size_t kWorkers = 64;
 
 struct Gateway::Impl {
     explicit Impl(const GatewayOptions& options)
-        : context(SignatureCatalog::Read(options.servedInterface), options.eventBound) {}
+        : context(SignatureCatalog::Read(options.servedInterface), options.eventBound),
+          guard(options.token.empty() ? RandomHex(16) : options.token) {}
 
     GatewayContext context;
+    RequestGuard guard;
     httplib::Server server;
     // httplib's stop() does nothing until the listening loop has begun, so a
     // stop that comes first (a signal during start-up) is remembered here and
@@ -38,6 +42,10 @@ Gateway::Gateway(GatewayOptions options) : impl_(std::make_unique<Impl>(options)
     httplib::Server& server = impl_->server;
     server.new_task_queue = [] { return new httplib::ThreadPool(kWorkers); };
     server.set_payload_max_length(options.maxBody);
+    server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+        return impl_->guard.Admit(request, response) ? httplib::Server::HandlerResponse::Unhandled
+                                                     : httplib::Server::HandlerResponse::Handled;
+    });
     server.set_exception_handler([](const httplib::Request&, httplib::Response& response, std::exception_ptr failure) {
         std::string what = "unknown failure";
         try {
@@ -76,12 +84,19 @@ bool Gateway::Ready(std::string* why) const {
     return false;
 }
 
+const std::string& Gateway::Token() const { return impl_->guard.Token(); }
+
 int Gateway::Bind(int port) {
     httplib::Server& server = impl_->server;
-    if (port == 0) return server.bind_to_any_port("127.0.0.1");
-    for (int candidate = port; candidate <= port + 10 && candidate < 65536; ++candidate)
-        if (server.bind_to_port("127.0.0.1", candidate)) return candidate;
-    return -1;
+    int bound = -1;
+    if (port == 0) {
+        bound = server.bind_to_any_port("127.0.0.1");
+    } else {
+        for (int candidate = port; bound < 0 && candidate <= port + 10 && candidate < 65536; ++candidate)
+            if (server.bind_to_port("127.0.0.1", candidate)) bound = candidate;
+    }
+    impl_->guard.SetPort(bound);
+    return bound;
 }
 
 void Gateway::Serve() {

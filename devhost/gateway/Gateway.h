@@ -15,7 +15,10 @@ struct GatewayOptions {
     // Events that may wait for a session's reader before the session ends.
     std::size_t eventBound = 100000;
     // Largest request body taken, in bytes.
-    std::size_t maxBody = 64u << 20;
+    std::size_t maxBody = 16u << 20;
+    // The secret every API and control request carries; "" draws a random
+    // one of 128 bits.
+    std::string token;
 };
 
 // Serves a plug-in's remote interface to HTTP clients on 127.0.0.1, built
@@ -33,6 +36,8 @@ public:
     // False, with the reason, when the served interface has no factory or no
     // actor of that name serves it.
     bool Ready(std::string* why = nullptr) const;
+    // The token requests are to carry.
+    const std::string& Token() const;
 
     // Binds to port on 127.0.0.1, or to the next free port of the ten after
     // it; 0 takes any free port. Gives the port bound, or -1.

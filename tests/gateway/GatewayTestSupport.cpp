@@ -26,6 +26,7 @@ RunningGateway::RunningGateway(devhost::gateway::GatewayOptions options)
       client_("127.0.0.1", port_) {
     EXPECT_TRUE(gateway_->Ready());
     EXPECT_GT(port_, 0);
+    client_.set_bearer_token_auth(gateway_->Token().c_str());
     server_ = std::thread([this] { gateway_->Serve(); });
 }
 
@@ -57,6 +58,7 @@ std::vector<std::string> RunningGateway::ReadEvents(unsigned long long session, 
     // Each stream is its own connection, so that closing it leaves the
     // client's connection for other requests alone.
     httplib::Client stream("127.0.0.1", port_);
+    stream.set_bearer_token_auth(gateway_->Token().c_str());
     std::string pending;
     const std::string path =
         "/api/events?session=" + std::to_string(session) + (since.empty() ? "" : "&since=" + since);

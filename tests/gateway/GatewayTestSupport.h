@@ -37,6 +37,7 @@ public:
                                         const std::string& since = "");
 
     int Port() const { return port_; }
+    const std::string& Token() const { return gateway_->Token(); }
 
 private:
     std::unique_ptr<devhost::gateway::Gateway> gateway_;
