@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "devhost/gateway/Sessions.h"
+
 namespace devhost::gateway {
 
 struct GatewayOptions {
@@ -12,8 +14,10 @@ struct GatewayOptions {
     std::string servedInterface = "webapi::WebApiModule";
     // The folder of the web page served at "/"; "" serves none.
     std::string webRoot;
-    // Events that may wait for a session's reader before the session ends.
-    std::size_t eventBound = 100000;
+    // What a session may hold and how long it may sit unused.
+    SessionLimits sessions;
+    // Event streams open at once; the next is refused with 503.
+    std::size_t maxStreams = 512;
     // Largest request body taken, in bytes.
     std::size_t maxBody = 16u << 20;
     // The secret every API and control request carries; "" draws a random

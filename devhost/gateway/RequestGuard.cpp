@@ -71,6 +71,9 @@ bool RequestGuard::Admit(const httplib::Request& request, httplib::Response& res
     if (request.has_header("Origin") &&
         (request.get_header_value_count("Origin") != 1 || !OwnOrigin(request.get_header_value("Origin"), host)))
         return Refuse(response, 403, "forbidden-origin", "requests are taken only from the page this gateway serves");
+    // A decoded NUL would cut the name of a file served ("/index.html%00.js").
+    if (std::any_of(request.path.begin(), request.path.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }))
+        return Refuse(response, 400, "bad-path", "the path holds a control character");
     if (!IsGuardedPath(request.path)) return true;
     if (!CarriesToken(request))
         return Refuse(response, 401, "unauthorized",
