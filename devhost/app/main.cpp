@@ -6,9 +6,11 @@
 
 #include <cctype>
 #include <csignal>
+#include <filesystem>
 #include <iostream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <pthread.h>
 
@@ -17,6 +19,7 @@
 #include "devhost/content/ContentWorldFile.h"
 #include "devhost/gateway/Gateway.h"
 #include "devhost/gateway/HostControl.h"
+#include "devhost/gateway/WorldFolders.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/samples/SampleWorlds.h"
 #include "dom/ManagedObject.h"
@@ -35,17 +38,20 @@ struct Options {
     std::string web = DEVHOST_WEB_ROOT;
     int port = 8080;
     std::string token;              // "" for a random one
+    std::size_t maxBody = 16u << 20;
+    std::vector<std::string> worldFolders;  // none: the samples and --world's folder
     bool trace = false;
 };
 
 void PrintUsage() {
     std::cout << "usage: webapi-devhost [--world FILE | --synthetic N] [--plugin PATH] [--port P] [--session FILE|-]\n"
-                 "                      [--web DIR] [--token TEXT] [--trace]\n"
+                 "                      [--web DIR] [--token TEXT] [--max-body BYTES] [--world-dir DIR ...] [--trace]\n"
                  "  Serves the module on http://127.0.0.1:P/ (default 8080, or the next free port), with the\n"
                  "  page at / and the API of devhost/gateway/GATEWAY.md. --session runs a console session of\n"
                  "  lines \"Method argument ...\", \"settle\", \"methods\" or # comments instead. --trace echoes\n"
                  "  the trace to standard error. Every API request carries the token printed with the address\n"
-                 "  (random, or --token TEXT).\n";
+                 "  (random, or --token TEXT). The control loads world files from the --world-dir folders only\n"
+                 "  (by default the samples folder and the folder of --world).\n";
 }
 
 bool ParseOptions(int argc, char** argv, Options& options) {
@@ -72,6 +78,10 @@ bool ParseOptions(int argc, char** argv, Options& options) {
                 options.port = std::stoi(value);
             } else if (arg == "--token" && next() && !value.empty()) {
                 options.token = value;
+            } else if (arg == "--max-body" && next()) {
+                options.maxBody = std::stoul(value);
+            } else if (arg == "--world-dir" && next()) {
+                options.worldFolders.push_back(value);
             } else if (arg == "--trace") {
                 options.trace = true;
             } else if (arg == "--no-trace") {
@@ -119,6 +129,13 @@ int ServeGateway(const Options& options, const du::Symbol& actorName,
     gatewayOptions.actorName = actorName.str();
     gatewayOptions.webRoot = options.web;
     gatewayOptions.token = options.token;
+    gatewayOptions.maxBody = options.maxBody;
+    gatewayOptions.worldFolders = options.worldFolders;
+    if (gatewayOptions.worldFolders.empty()) {
+        gatewayOptions.worldFolders.push_back(devhost::gateway::SamplesFolder());
+        if (!options.worldFile.empty())
+            gatewayOptions.worldFolders.push_back(std::filesystem::absolute(options.worldFile).parent_path().string());
+    }
     devhost::gateway::Gateway gateway(gatewayOptions);
     std::string why;
     if (!gateway.Ready(&why)) {

@@ -4,6 +4,7 @@
 #include "devhost/gateway/JsonReply.h"
 #include "devhost/gateway/RandomText.h"
 #include "devhost/gateway/RequestGuard.h"
+#include "devhost/gateway/WorldFolders.h"
 
 #include <mutex>
 #include <thread>
@@ -67,6 +68,7 @@ struct Gateway::Impl {
 
 Gateway::Gateway(GatewayOptions options) : impl_(std::make_unique<Impl>(options)) {
     GatewayContext& context = impl_->context;
+    if (!options.worldFolders.empty()) WorldFolders::Set(options.worldFolders);
     if (context.catalog.Find(options.servedInterface))
         dom::ManagedObject::FindActor(du::Symbol(options.actorName), du::Symbol(options.servedInterface),
                                       context.module);

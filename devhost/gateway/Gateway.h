@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "devhost/gateway/Sessions.h"
 
@@ -20,6 +21,9 @@ struct GatewayOptions {
     std::size_t maxStreams = 512;
     // Largest request body taken, in bytes.
     std::size_t maxBody = 16u << 20;
+    // The folders whose world files the control may load; none keeps the
+    // samples folder.
+    std::vector<std::string> worldFolders;
     // The secret every API and control request carries; "" draws a random
     // one of 128 bits.
     std::string token;

@@ -9,6 +9,7 @@
 #include "devhost/content/ContentWorldFile.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/content/WorldContent.h"
+#include "devhost/gateway/WorldFolders.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/samples/LargeWorld.h"
 #include "devhost/samples/SampleWorlds.h"
@@ -59,6 +60,10 @@ struct Members {
         return (value && value->IsArray()) || Fail(key, "an array");
     }
 };
+
+// Enough for any test of scale; a synthetic world of more would take the
+// host's memory for nothing.
+constexpr unsigned kMostSyntheticInstances = 5000000;
 
 bool Done(bool ok, std::string& error, const std::string& why) {
     if (!ok) error = why;
@@ -279,16 +284,20 @@ bool LoadWorld(const Json& request, Json&, JsonAllocator&, std::string& error) {
             inline_->Accept(writer);
             LoadWorldText(text.GetString(), "inline world");
         } else if (const Json* synthetic = m.Find("synthetic")) {
-            if (!synthetic->IsUint() || synthetic->GetUint() < 1)
-                return m.Fail("synthetic", "a number of instances");
+            if (!synthetic->IsUint() || synthetic->GetUint() < 1 || synthetic->GetUint() > kMostSyntheticInstances)
+                return m.Fail("synthetic", "a number of instances from 1 to 5000000");
             LoadSyntheticWorld(synthetic->GetUint());
         } else {
-            std::string path;
+            std::string path, file;
             if (!m.String("path", path, true)) return false;
-            if (path.empty())
+            if (path.empty()) {
                 LoadDefaultSampleWorld();
-            else
-                LoadContentWorldFile(path);
+            } else if (!WorldFolders::Resolve(path, file)) {
+                // The same words whether or not there is such a file.
+                return Done(false, error, "\"path\" is to name a world file in the world folders");
+            } else {
+                LoadContentWorldFile(file);
+            }
         }
     } catch (const std::exception& failure) {
         error = failure.what();
@@ -326,7 +335,8 @@ const std::vector<ControlAction>& ControlActions() {
         {"reportViewerProgress", "view, percentage (default 100), finish (default true)", ViewerProgress},
         {"armFault", "point, kind (default fail), text, count (default -1: every hit)", ArmFaultAt},
         {"disarmFaults", "point (default: all)", DisarmFaults},
-        {"loadWorld", "path (\"\" for the sample world) | world {inline world file} | synthetic N", LoadWorld},
+        {"loadWorld", "path (\"\" for the sample world; a file in the world folders) | world {inline world file} | "
+                      "synthetic N (1 to 5000000)", LoadWorld},
     };
     return actions;
 }
