@@ -6,6 +6,7 @@
 #include "devhost/gateway/RequestGuard.h"
 #include "devhost/gateway/WorldFolders.h"
 
+#include <algorithm>
 #include <mutex>
 #include <thread>
 
@@ -46,6 +47,43 @@ public:
     void WidenBacklog(int backlog) {
         if (svr_sock_ != INVALID_SOCKET) ::listen(svr_sock_, backlog);
     }
+    void ServeOne(httplib::Stream& stream) {
+        bool closed = false;
+        process_request(stream, true, closed, [](httplib::Request&) {});
+    }
+};
+
+// A connection in memory: reads the request given, keeps what is written.
+class TextStream : public httplib::Stream {
+public:
+    explicit TextStream(const std::string& request) : request_(request) {}
+    bool is_readable() const override { return true; }
+    bool is_writable() const override { return true; }
+    ssize_t read(char* data, std::size_t size) override {
+        const std::size_t length = std::min(size, request_.size() - at_);
+        std::copy_n(request_.data() + at_, length, data);
+        at_ += length;
+        return static_cast<ssize_t>(length);
+    }
+    ssize_t write(const char* data, std::size_t size) override {
+        written_.append(data, size);
+        return static_cast<ssize_t>(size);
+    }
+    void get_remote_ip_and_port(std::string& ip, int& port) const override {
+        ip = "127.0.0.1";
+        port = 0;
+    }
+    void get_local_ip_and_port(std::string& ip, int& port) const override {
+        ip = "127.0.0.1";
+        port = 0;
+    }
+    socket_t socket() const override { return INVALID_SOCKET; }
+    const std::string& Written() const { return written_; }
+
+private:
+    const std::string& request_;
+    std::size_t at_ = 0;
+    std::string written_;
 };
 
 }  // namespace
@@ -129,6 +167,8 @@ bool Gateway::Ready(std::string* why) const {
 
 const std::string& Gateway::Token() const { return impl_->guard.Token(); }
 
+int Gateway::Port() const { return impl_->guard.Port(); }
+
 int Gateway::Bind(int port) {
     Listener& server = impl_->server;
     int bound = -1;
@@ -153,6 +193,12 @@ void Gateway::Serve() {
     impl_->context.pool = nullptr;  // httplib has ended and deleted it
     std::lock_guard<std::mutex> lock(impl_->serveMutex);
     impl_->served = true;
+}
+
+std::string Gateway::ServeText(const std::string& request) {
+    TextStream stream(request);
+    impl_->server.ServeOne(stream);
+    return stream.Written();
 }
 
 void Gateway::Stop() {

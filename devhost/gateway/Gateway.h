@@ -50,11 +50,20 @@ public:
     // Binds to port on 127.0.0.1, or to the next free port of the ten after
     // it; 0 takes any free port. Gives the port bound, or -1.
     int Bind(int port);
+    // The port bound, or -1.
+    int Port() const;
     // Serves until Stop; the bound port is needed first. Returns at once
     // once Stop has been called, even before Serve.
     void Serve();
     // Thread-safe, at any time; Serve returns, open event streams end.
     void Stop();
+
+    // Serves one request read from memory, as a connection that closes after
+    // it would be served (the checks, the routes and the reading of the
+    // body alike), and gives what was written back. For fuzzing the request
+    // decoding at the speed of a function call; the bound port counts as
+    // the Host's.
+    std::string ServeText(const std::string& request);
 
 private:
     struct Impl;

@@ -20,6 +20,7 @@ public:
 
     const std::string& Token() const { return token_; }
     void SetPort(int port) { port_ = port; }
+    int Port() const { return port_; }
 
     // True when the request may go on; otherwise the refusal is written.
     bool Admit(const httplib::Request& request, httplib::Response& response) const;
@@ -30,7 +31,7 @@ private:
     bool CarriesToken(const httplib::Request& request) const;
 
     const std::string token_;
-    std::atomic<int> port_{0};
+    std::atomic<int> port_{-1};
 };
 
 // True for the paths that need the token: the API and the host's control.
