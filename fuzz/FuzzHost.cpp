@@ -82,6 +82,10 @@ webapi::WebApiModule& FuzzHost::Module() { return *parts_->module; }
 
 const du::SmartPtr<dom::ManagedObject>& FuzzHost::ModuleObject() const { return parts_->moduleObject; }
 
+std::string FuzzHost::ActorName() const {
+    return dynamic_cast<qxk::ActiveModule&>(*parts_->component).GetActorName().str();
+}
+
 void FuzzHost::RegisterTreeObserver() {
     parts_->module->RegisterTreeObserver(parts_->observer);
     SettleAndCheck();

@@ -22,6 +22,8 @@ public:
     // The client's proxy of the module.
     webapi::WebApiModule& Module();
     const du::SmartPtr<dom::ManagedObject>& ModuleObject() const;
+    // The name of the module's actor, as the plug-in's component gives it.
+    std::string ActorName() const;
 
     // Registers the client's tree observer with the module, so that tree
     // requests find a tree watcher and changes are published.

@@ -234,16 +234,50 @@ TEST_F(GatewayModule, HeldAnnotationSetAppliesAreReleasedWithAStatus) {
     EXPECT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","path":""})").status, 200);
 }
 
+// What a conformance check of the host needs: any visibility state forced
+// and the rule back, the plug-in link's record, the observer counts, and a
+// world without a tree whose scenes stay.
+TEST_F(GatewayModule, ControlForcesAnyStateAndStateShowsWhatTheHostWasTold) {
+    for (const char* state : {"0", "12", "-3", "\"rule\""}) {
+        auto reply = gateway.Post("/host/control", std::string(R"({"action":"setVisibilityOverride",)") +
+                                                       R"("idpath":"drone/frame/arm_1","state":)" + state + "}");
+        EXPECT_EQ(reply.status, 200) << state << " -> " << reply.text;
+    }
+    EXPECT_EQ(gateway.Post("/host/control",
+                           R"({"action":"setVisibilityOverride","idpath":"drone/frame/arm_1","state":"x"})")
+                  .status,
+              400);
+
+    auto state = gateway.Get("/host/state?sections=pluginLink,scenes,views");
+    ASSERT_EQ(state.status, 200) << state.text;
+    EXPECT_TRUE(state.body["pluginLink"]["OnAnnotationsApplied"].IsArray());
+    EXPECT_TRUE(state.body["pluginLink"]["OnSelectionChanged"].IsArray());
+    ASSERT_GT(state.body["scenes"].Size(), 0u);
+    for (const auto& scene : state.body["scenes"].GetArray()) {
+        EXPECT_TRUE(scene["selectionObservers"].IsUint64());
+        for (const auto& label : scene["labels"].GetArray())
+            for (const auto& row : label["rows"].GetArray())
+                EXPECT_TRUE(row["kind"].IsInt() && row["text"].IsString());
+    }
+    for (const auto& view : state.body["views"].GetArray())
+        EXPECT_TRUE(view["viewerObservers"].IsUint() && view["workflowObservers"].IsUint());
+
+    const auto scenes = state.body["scenes"].Size();
+    EXPECT_EQ(gateway.Post("/host/control", R"({"action":"useWorldWithoutTree"})").status, 200);
+    EXPECT_EQ(gateway.Get("/host/state?sections=scenes").body["scenes"].Size(), scenes);
+    EXPECT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","path":""})").status, 200);
+}
+
 // A tree document of megabytes leaves the stream as a write of its own; it
 // comes whole, between its neighbours, and a stream resumed before it sends
 // it again.
 TEST_F(GatewayModule, AMappingOfMegabytesStreamsWholeAndAgainOnResume) {
     ASSERT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","synthetic":30000})").status, 200);
-    const std::string session = std::to_string(gateway.OpenSession());
-    const std::string observer = R"("args":["session"],"session":)" + session + "}";
+    const std::string session = gateway.OpenSession();
+    const std::string observer = R"("args":["session"],"session":)" + Quoted(session) + "}";
     ASSERT_EQ(gateway.Post("/api/call", R"({"method":"RegisterTreeObserver",)" + observer).status, 200);
     // The stream waits for the events, however slow the build.
-    const auto events = gateway.ReadEvents(std::stoull(session), 3);
+    const auto events = gateway.ReadEvents(session, 3);
     ASSERT_EQ(events.size(), 3u);
     EXPECT_NE(events[0].find(R"("seq":1,)"), std::string::npos);
     EXPECT_NE(events[2].find(R"("seq":3,"interface":"webapi::TreeObserver","method":"OnTreeMappingEnd")"),
@@ -259,7 +293,7 @@ TEST_F(GatewayModule, AMappingOfMegabytesStreamsWholeAndAgainOnResume) {
     ASSERT_FALSE(mapping.HasParseError());
     EXPECT_EQ(mapping["treeMapping"].Size(), 30000u);
 
-    const auto again = gateway.ReadEvents(std::stoull(session), 2, nullptr, "1");
+    const auto again = gateway.ReadEvents(session, 2, nullptr, "1");
     ASSERT_EQ(again.size(), 2u);
     EXPECT_EQ(again[0], events[1]);
     EXPECT_EQ(again[1], events[2]);
