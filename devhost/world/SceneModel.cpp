@@ -5,6 +5,7 @@
 #include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/world/Concrete.h"
+#include "devhost/world/HostChanges.h"
 #include "devhost/world/InstanceNode.h"
 #include "devhost/world/WorldLock.h"
 #include "qxk/illustration/Illustration3dScene.h"
@@ -40,6 +41,8 @@ void FlushChanges(qxk::Observable& observable) {
         for (const auto& l : state.listeners) listeners.push_back(l.second);
     }
     for (const auto& listener : listeners) listener(changed);
+    if (auto* scene = dynamic_cast<qxk::Scene*>(&observable))
+        NoteHostChange({HostChange::Kind::Shapes, CountedIfAlive(scene), nullptr, nullptr, std::move(changed)});
 }
 
 int AddSceneListener(qxk::Observable& observable, SceneListener listener) {
@@ -71,6 +74,7 @@ bool SetShapeVisible(qxk::ShapeScene& scene, const du::SmartPtr<qxk::Instance>& 
             shape->visible = visible;
         } else {
             shapes.Add(instance.get(), new ShapeInstanceImpl(instance, &scene, visible));
+            NoteHostChange({HostChange::Kind::ShapesAdded, CountedIfAlive(&scene), nullptr, nullptr, {instance}});
         }
         NoteChange(scene, instance);
     }
@@ -171,6 +175,8 @@ du::SmartPtr<ShapeInstance> ShapeScene::AddShapeInstance(const du::SmartPtr<Inst
             new devhost::ShapeInstanceImpl(instance, this, mode != AM_Hidden));
         state.shapes.Add(instance.get(), made);
         devhost::NoteChange(*this, instance);
+        devhost::NoteHostChange(
+            {devhost::HostChange::Kind::ShapesAdded, devhost::CountedIfAlive(this), nullptr, nullptr, {instance}});
         result = made;
     }
     devhost::FlushChanges(*this);
@@ -219,6 +225,9 @@ void ShapeInstance::SetColor(const dg::Color& color, bool temporary, bool redraw
     devhost::ShapeInstanceImpl& self = devhost::Impl(*this);
     self.color = color;
     self.colorCalls.push_back({color, temporary, redraw});
+    if (self.scene)
+        devhost::NoteHostChange({devhost::HostChange::Kind::Shapes, devhost::CountedIfAlive<Scene>(self.scene), nullptr,
+                                 nullptr, {self.instance}});
 }
 
 dg::Color ShapeInstance::GetColor() const {
