@@ -52,14 +52,18 @@ unsigned long long RunningGateway::OpenSession() {
 
 std::vector<std::string> RunningGateway::ReadEvents(unsigned long long session, std::size_t count,
                                                     std::string* end, const std::string& since) {
+    return ReadStream("/api/events?session=" + std::to_string(session) + (since.empty() ? "" : "&since=" + since), count,
+                      end);
+}
+
+std::vector<std::string> RunningGateway::ReadStream(const std::string& path, std::size_t count, std::string* end,
+                                                    const std::string& last) {
     std::vector<std::string> events;
     if (count == 0) return events;
     // Each stream is its own connection, so that closing it leaves the
     // client's connection for other requests alone.
     httplib::Client stream("127.0.0.1", port_);
     std::string pending;
-    const std::string path =
-        "/api/events?session=" + std::to_string(session) + (since.empty() ? "" : "&since=" + since);
     stream.Get(path.c_str(),
                [&](const char* data, std::size_t length) {
                    pending.append(data, length);
@@ -74,6 +78,8 @@ std::vector<std::string> RunningGateway::ReadEvents(unsigned long long session, 
                        if (block.rfind("id: ", 0) == 0 && data != std::string::npos)
                            events.push_back(block.substr(data + 6));
                        if (events.size() >= count) return false;
+                       if (!last.empty() && !events.empty() && events.back().find(last) != std::string::npos)
+                           return false;
                    }
                    return true;
                });
