@@ -123,7 +123,7 @@ export class TreeView {
       if (inViewer) classes.push('in-viewer');
       const state = ICONS[node.state] ? node.state : 0;
       const expandable = node.expandable;
-      const open = expandable && (node.expanded || (this.filterText && node.children.length > 0));
+      const open = expandable && (node.expanded || (Boolean(this.filterText) && node.children.length > 0));
       const attributes = [
         `role="treeitem" id="tn-${node.id}" aria-label="${name}" aria-level="${depth + 1}"`,
         `aria-setsize="${setSize(node)}" aria-posinset="${position(node)}" aria-selected="${selected}"`,
@@ -139,7 +139,7 @@ export class TreeView {
         + twisty + eye
         + `<span class="name">${this.highlight(node.name)}</span>`
         + (node.unread ? '<span class="note" title="A branch the host has not read yet">not read</span>' : '')
-        + (node.children.length ? `<span class="count" aria-hidden="true">${node.children.length}</span>` : '')
+        + (node.children.length ? `<span class="type" aria-hidden="true">${node.children.length}</span>` : '')
         + (inViewer ? '<span class="viewer-mark" title="Selected in the viewer" aria-hidden="true">◆</span>' : '')
         + '</div>');
     }

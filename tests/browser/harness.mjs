@@ -11,10 +11,11 @@ export const CHROMIUM_FLAGS = ['--headless', '--no-sandbox', '--disable-gpu', '-
   '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
 // Runs webapi-devhost with the given options and resolves with its URL once
-// it serves.
+// it serves; on any free port unless the options name one.
 export function startHost(program, options = []) {
   return new Promise((resolve, reject) => {
-    const child = spawn(program, [...options, '--port', '0'], { stdio: ['ignore', 'pipe', 'inherit'] });
+    const port = options.includes('--port') ? [] : ['--port', '0'];
+    const child = spawn(program, [...options, ...port], { stdio: ['ignore', 'pipe', 'inherit'] });
     let output = '';
     child.stdout.on('data', (chunk) => {
       output += chunk;
