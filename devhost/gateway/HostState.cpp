@@ -159,7 +159,7 @@ void WriteScenes(Json& out, JsonAllocator& allocator, const StateLimits& limits)
                 item.AddMember("colorCalls", static_cast<unsigned>(shape->colorCalls.size()), allocator);
                 // The host's colour starts as opaque black for every shape
                 // instance; a page shows a shape's own look until one is set.
-                item.AddMember("painted", !shape->colorCalls.empty() || shape->color != dg::Color(), allocator);
+                item.AddMember("painted", shape->painted, allocator);
                 shapes.PushBack(item, allocator);
             }
             for (const AddShapeCall& call : state.addCalls) {

@@ -56,6 +56,13 @@ void RemoveSceneListener(qxk::Observable& observable, int id) {
                     listeners.end());
 }
 
+void RestoreOwnColor(qxk::ShapeInstance& shape) {
+    WorldGuard guard(WorldMutex());
+    ShapeInstanceImpl& self = Impl(shape);
+    self.color = dg::Color();
+    self.painted = false;
+}
+
 du::SmartPtr<ShapeInstanceImpl> FindShape(const qxk::ShapeScene& scene, const qxk::Instance* instance) {
     WorldGuard guard(WorldMutex());
     return scene.GetSceneState().shapes.Find(instance);
@@ -218,6 +225,7 @@ void ShapeInstance::SetColor(const dg::Color& color, bool temporary, bool redraw
     devhost::WorldGuard guard(devhost::WorldMutex());
     devhost::ShapeInstanceImpl& self = devhost::Impl(*this);
     self.color = color;
+    self.painted = true;
     self.colorCalls.push_back({color, temporary, redraw});
 }
 
