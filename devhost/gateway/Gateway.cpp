@@ -60,6 +60,7 @@ Gateway::Gateway(GatewayOptions options) : impl_(std::make_unique<Impl>(options)
     });
     AddApiRoutes(server, context);
     AddHostRoutes(server, context);
+    AddHostEventRoutes(server, context);
     AddGeometryRoutes(server);
     if (!options.webRoot.empty()) server.set_mount_point("/", options.webRoot);
 }

@@ -2,16 +2,43 @@
 
 import { EventStream } from './eventStream.js';
 
-async function request(method, path, body) {
-  const response = await fetch(path, {
-    method,
-    headers: body === undefined ? {} : { 'Content-Type': 'application/json' },
-    body: body === undefined ? undefined : JSON.stringify(body),
-  });
+// A failure of the gateway, with its status and error kind (GATEWAY.md,
+// "Errors"); status 0 when the program could not be reached at all.
+export class GatewayError extends Error {
+  constructor(path, status, kind, message) {
+    super(`${kind}: ${message}`);
+    this.path = path;
+    this.status = status;
+    this.kind = kind;
+  }
+}
+
+// Every request of the page goes through here.
+export async function request(method, path, body) {
+  let response;
+  try {
+    response = await fetch(apiUrl(path), {
+      method,
+      headers: body === undefined ? {} : { 'Content-Type': 'application/json' },
+      body: body === undefined ? undefined : JSON.stringify(body),
+    });
+  } catch (error) {
+    throw new GatewayError(path, 0, 'unreachable', `the program does not answer (${error.message})`);
+  }
   const text = await response.text();
-  const value = text ? JSON.parse(text) : null;
-  if (!response.ok) throw new Error(`${path}: ${value?.error ?? response.status}: ${value?.message ?? text}`);
+  let value = null;
+  try {
+    value = text ? JSON.parse(text) : null;
+  } catch {
+    if (response.ok) throw new GatewayError(path, response.status, 'bad-reply', text.slice(0, 200));
+  }
+  if (!response.ok) throw new GatewayError(path, response.status, value?.error ?? `http-${response.status}`, value?.message ?? text);
   return value;
+}
+
+// The address of a path for what cannot send headers (an event stream, an image).
+export function apiUrl(path) {
+  return path;
 }
 
 export class Session {
@@ -25,7 +52,7 @@ export class Session {
     // The stream resumes by itself after the last event it got, so a broken
     // connection loses nothing. onEvent also learns when the event arrived,
     // before its parsing.
-    this.events = new EventStream(`/api/events?session=${id}`, {
+    this.events = new EventStream(apiUrl(`/api/events?session=${id}`), {
       onMessage: (data) => onEvent(performance.now(), JSON.parse(data)),
       onNamed: (name, data) => {
         if (name !== 'end') return;
@@ -45,7 +72,7 @@ export class Session {
 
   close() {
     this.events.close();
-    fetch(`/api/sessions/${this.id}`, { method: 'DELETE', keepalive: true }).catch(() => {});
+    fetch(apiUrl(`/api/sessions/${this.id}`), { method: 'DELETE', keepalive: true }).catch(() => {});
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "devhost/world/HostChanges.h"
 #include "devhost/world/WorldLock.h"
 
 namespace devhost {
@@ -86,6 +87,11 @@ InstancesChange ChangeInstances(const std::vector<std::string>& removeIdPaths,
         NextWorldGeneration();
     }
     world->Tree().NotifyTree(change);
+    if (HostChangesObserved() && !change.removed.empty()) {
+        std::vector<std::uint64_t> ids;
+        for (const auto& gone : change.removed) ids.push_back(gone->uid);
+        for (const auto& scene : scenes) NoteHostChange({HostChange::Kind::ShapesRemoved, scene, nullptr, nullptr, {}, ids});
+    }
     result.done = true;
     return result;
 }
