@@ -6,13 +6,13 @@ import { Session, host } from './api.js';
 import { parseDocument, parseTreeDocument, parseViewable, hexColor } from './documents.js';
 import { TreeModel } from './treeModel.js';
 import { TreeView } from './treeView.js';
+import { HostState } from './hostState.js';
 import { Viewer } from './viewer.js';
 
 const $ = (selector) => document.querySelector(selector);
 const status = (text) => { $('#status').textContent = text; };
 
 const model = new TreeModel();
-const viewer = new Viewer($('#viewer'), $('#viewer-caption'));
 const page = { treeShownAt: null, startedAt: performance.now(), documents: 0, changes: 0, timings: null,
                viewables: new Map() };
 window.webapiPage = page;
@@ -29,7 +29,6 @@ const treeView = new TreeView($('#tree'), model, {
     node.asked = true;
     session.call('SelectTreeNodes', JSON.stringify({ nodes: [node.id], depth: 1 })).catch(report);
   },
-  onSelect: (primary, selected) => viewer.select(selected.map((node) => node.idpath)),
 });
 
 function report(error) {
@@ -100,11 +99,8 @@ async function refreshHost() {
   if (refreshing) return refreshing;
   refreshing = (async () => {
     try {
-      // A page draws at most this many shapes of a scene.
-      const state = await host.state(['activeView', 'views', 'scenes', 'progress'], 50000);
+      const state = await host.state(['views', 'progress']);
       const view = state.views.find((each) => each.active);
-      const scene = view && state.scenes.find((each) => each.name === view.scene && each.shapeScene);
-      viewer.show(scene ? `${view.name} / ${scene.name}` : null, scene ? scene.shapes : [], scene?.shapeCount ?? 0);
       showProgress(state.progress);
       showWorkflow(view);
     } catch (error) {
@@ -275,6 +271,7 @@ async function start() {
   // read once the module has sent its documents.
   await host.settle();
   await refreshHost();
+  new Viewer($('#viewer-pane'), await HostState.open());
   pollTraces();
   page.ready = true;
   document.body.dataset.ready = 'true';
