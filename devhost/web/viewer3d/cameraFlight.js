@@ -20,7 +20,7 @@ export class CameraFlight {
     const radius = Math.max(sphere.radius, 1e-3);
     const fov = THREE.MathUtils.degToRad(this.camera.fov);
     const fit = Math.min(fov, 2 * Math.atan(Math.tan(fov / 2) * this.camera.aspect));
-    const distance = (radius / Math.sin(fit / 2)) * 1.05;
+    const distance = radius / Math.tan(fit / 2);
     const direction = this.camera.position.clone().sub(this.controls.target);
     if (direction.lengthSq() < 1e-12) direction.set(1, 0.8, 1.2);
     direction.normalize();
