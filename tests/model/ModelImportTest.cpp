@@ -68,17 +68,17 @@ TEST_F(ModelImport, TheEngineGivesOneInstanceForEveryGltfNodeBelowOneRootNamedAf
     for (rapidjson::SizeType n = 0; n < gltf["nodes"].Size(); ++n) {
         const auto& node = gltf["nodes"][n];
         EXPECT_FALSE(node.HasMember("name")) << n;
-        const std::string segment = "nodes[" + std::to_string(n) + "]";
+        const std::string segment = "nodes(" + std::to_string(n) + ")";
         const auto found = std::find_if(instances.begin(), instances.end(), [&](const auto& entry) {
             return entry.second->name == segment.c_str();
         });
         ASSERT_NE(instances.end(), found) << segment;
         if (!node.HasMember("children")) continue;
         for (const auto& child : node["children"].GetArray())
-            EXPECT_TRUE(instances.count(found->first + "/nodes[" + std::to_string(child.GetUint()) + "]"))
+            EXPECT_TRUE(instances.count(found->first + "/nodes(" + std::to_string(child.GetUint()) + ")"))
                 << found->first << " lacks child " << child.GetUint();
     }
-    EXPECT_TRUE(instances.count("2CylinderEngine/nodes[0]/nodes[80]"));
+    EXPECT_TRUE(instances.count("2CylinderEngine/nodes(0)/nodes(80)"));
 }
 
 TEST_F(ModelImport, NodesThatUseTheSameMeshShareOneShapeAndEveryMeshNodeIsShownInTheModelScene) {
@@ -91,7 +91,7 @@ TEST_F(ModelImport, NodesThatUseTheSameMeshShareOneShapeAndEveryMeshNodeIsShownI
     for (rapidjson::SizeType n = 0; n < gltf["nodes"].Size(); ++n) {
         if (!gltf["nodes"][n].HasMember("mesh")) continue;
         ++meshNodes;
-        const std::string segment = "nodes[" + std::to_string(n) + "]";
+        const std::string segment = "nodes(" + std::to_string(n) + ")";
         for (const auto& [path, node] : instances)
             if (node->name == segment.c_str()) {
                 const devhost::Placement* placed = PlacementOf(*world, node);
@@ -158,9 +158,9 @@ TEST_F(ModelImport, TheHouseColladaAndFbxFilesGiveWorldsAndNamelessOrRepeatedNod
     EXPECT_EQ(5u, instances.size());
 }
 
-TEST(NodeNames, SlashesAreReplacedNoNameIsNodeAndRepeatsTakeTheirPlaceUntilFree) {
-    EXPECT_EQ((std::vector<std::string>{"a", "a~1", "node", "_x_y", "node~4", "a~1~5", "b"}),
-              devhost::model::SegmentNames({"a", "a", "", "/x/y", "", "a~1", "b"}));
+TEST(NodeNames, SeparatorsAreReplacedNoNameIsNodeAndRepeatsTakeTheirPlaceUntilFree) {
+    EXPECT_EQ((std::vector<std::string>{"a", "a~1", "node", "_x_y", "node~4", "a~1~5", "nodes(3)", "p_q"}),
+              devhost::model::SegmentNames({"a", "a", "", "/x/y", "", "a~1", "nodes[3]", "p,q"}));
     EXPECT_TRUE(devhost::model::SegmentNames({}).empty());
 }
 
