@@ -16,6 +16,7 @@
 #include "devhost/content/ContentWorldFile.h"
 #include "devhost/gateway/Gateway.h"
 #include "devhost/gateway/HostControl.h"
+#include "devhost/model/ModelFile.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/samples/SampleWorlds.h"
 #include "dom/ManagedObject.h"
@@ -28,6 +29,7 @@ namespace {
 
 struct Options {
     std::string worldFile;          // "" for the built-in sample world
+    std::string modelFile;          // a 3D file to build the world from; "" for none
     std::size_t synthetic = 0;      // instances of a synthetic world; 0: none
     std::string session;            // "" for the gateway; "-" for standard input
     std::string plugin = WEBAPI_PLUGIN_PATH;
@@ -37,12 +39,13 @@ struct Options {
 };
 
 void PrintUsage() {
-    std::cout << "usage: webapi-devhost [--world FILE | --synthetic N] [--plugin PATH] [--port P] [--session FILE|-]\n"
+    std::cout << "usage: webapi-devhost [--world FILE | --model FILE | --synthetic N] [--plugin PATH] [--port P] [--session FILE|-]\n"
                  "                      [--web DIR] [--trace]\n"
                  "  Serves the module on http://127.0.0.1:P/ (default 8080, or the next free port), with the\n"
                  "  page at / and the API of devhost/gateway/GATEWAY.md. --session runs a console session of\n"
                  "  lines \"Method argument ...\", \"settle\", \"methods\" or # comments instead. --trace echoes\n"
-                 "  the trace to standard error.\n";
+                 "  the trace to standard error. --model builds the world from a 3D file (glTF, IFC, COLLADA,\n"
+                 "  FBX, OBJ, STL, ...), with the rest of the world from FILE.world.json if there is one.\n";
 }
 
 bool ParseOptions(int argc, char** argv, Options& options) {
@@ -57,6 +60,8 @@ bool ParseOptions(int argc, char** argv, Options& options) {
         try {
             if (arg == "--world" && next()) {
                 options.worldFile = value;
+            } else if (arg == "--model" && next()) {
+                options.modelFile = value;
             } else if (arg == "--synthetic" && next()) {
                 options.synthetic = std::stoul(value);
             } else if (arg == "--session" && next()) {
@@ -78,7 +83,8 @@ bool ParseOptions(int argc, char** argv, Options& options) {
             return false;
         }
     }
-    return options.worldFile.empty() || options.synthetic == 0;
+    const int worlds = !options.worldFile.empty() + (options.synthetic > 0) + !options.modelFile.empty();
+    return worlds <= 1;
 }
 
 void DescribeWorld() {
@@ -136,8 +142,13 @@ int main(int argc, char** argv) {
     }
     devhost::TraceLog::SetEcho(options.trace);
 
+    // A 3D file that gives no world ends the program with status 2, the
+    // status of a command line it cannot use.
+    const bool fromModel = !options.modelFile.empty();
     try {
-        if (options.synthetic > 0)
+        if (fromModel)
+            devhost::model::LoadModelFile(options.modelFile);
+        else if (options.synthetic > 0)
             devhost::gateway::LoadSyntheticWorld(options.synthetic);
         else if (options.worldFile.empty())
             devhost::LoadDefaultSampleWorld();
@@ -145,7 +156,7 @@ int main(int argc, char** argv) {
             devhost::LoadContentWorldFile(options.worldFile);
     } catch (const std::exception& failure) {
         std::cerr << "webapi-devhost: " << failure.what() << '\n';
-        return 1;
+        return fromModel ? 2 : 1;
     }
     DescribeWorld();
 

@@ -281,7 +281,7 @@ Json ShapeJson(const ShapeInstanceImpl& shape, JsonAllocator& allocator) {
     item.AddMember("colorCalls", static_cast<unsigned>(shape.colorCalls.size()), allocator);
     // The host's colour starts as opaque black for every shape instance; a
     // page shows a shape's own look until one is set.
-    item.AddMember("painted", !shape.colorCalls.empty() || shape.color != dg::Color(), allocator);
+    item.AddMember("painted", shape.painted, allocator);
     return item;
 }
 

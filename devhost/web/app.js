@@ -196,8 +196,6 @@ function drawViews() {
       view.active, view.active);
     select.add(option);
   }
-  $('#viewer-caption').textContent = host.activeView
-    ? `${host.activeView}${host.activeScene() ? '' : ' (not a shape view: nothing to draw)'}` : 'no active view';
 }
 
 async function activateView(name, notice = notices.toolbar) {
@@ -573,9 +571,9 @@ async function start() {
   commands = new Commands({ session, host, banner, afterCall: traceSoon });
   followHost();
   try {
-    new Viewer($('#viewer'), host);
+    new Viewer($('#viewer-pane'), host);
   } catch (error) {
-    $('#viewer').textContent = `The viewer could not start: ${error.message}`;
+    $('#viewer-caption').textContent = `The viewer could not start: ${error.message}`;
   }
   page.session = session.id;
   page.registeredAt = performance.now();

@@ -59,6 +59,16 @@ void RemoveSceneListener(qxk::Observable& observable, int id) {
                     listeners.end());
 }
 
+void RestoreOwnColor(qxk::ShapeInstance& shape) {
+    WorldGuard guard(WorldMutex());
+    ShapeInstanceImpl& self = Impl(shape);
+    if (!self.painted) return;
+    self.color = dg::Color();
+    self.painted = false;
+    if (self.scene)
+        NoteHostChange({HostChange::Kind::Shapes, CountedIfAlive<qxk::Scene>(self.scene), nullptr, nullptr, {self.instance}});
+}
+
 du::SmartPtr<ShapeInstanceImpl> FindShape(const qxk::ShapeScene& scene, const qxk::Instance* instance) {
     WorldGuard guard(WorldMutex());
     return scene.GetSceneState().shapes.Find(instance);
@@ -224,6 +234,7 @@ void ShapeInstance::SetColor(const dg::Color& color, bool temporary, bool redraw
     devhost::WorldGuard guard(devhost::WorldMutex());
     devhost::ShapeInstanceImpl& self = devhost::Impl(*this);
     self.color = color;
+    self.painted = true;
     self.colorCalls.push_back({color, temporary, redraw});
     if (self.scene)
         devhost::NoteHostChange({devhost::HostChange::Kind::Shapes, devhost::CountedIfAlive<Scene>(self.scene), nullptr,
