@@ -26,6 +26,7 @@ RunningGateway::RunningGateway(devhost::gateway::GatewayOptions options)
       client_("127.0.0.1", port_) {
     EXPECT_TRUE(gateway_->Ready());
     EXPECT_GT(port_, 0);
+    client_.set_bearer_token_auth(gateway_->Token().c_str());
     server_ = std::thread([this] { gateway_->Serve(); });
 }
 
@@ -44,15 +45,17 @@ RunningGateway::Reply RunningGateway::Delete(const std::string& path) {
     return ToReply(client_.Delete(path.c_str()));
 }
 
-unsigned long long RunningGateway::OpenSession() {
+std::string RunningGateway::OpenSession() {
     Reply reply = Post("/api/sessions", "{}");
     EXPECT_EQ(reply.status, 200) << reply.text;
-    return reply.body.IsObject() && reply.body.HasMember("session") ? reply.body["session"].GetUint64() : 0;
+    return reply.body.IsObject() && reply.body.HasMember("session") && reply.body["session"].IsString()
+               ? reply.body["session"].GetString()
+               : "";
 }
 
-std::vector<std::string> RunningGateway::ReadEvents(unsigned long long session, std::size_t count,
+std::vector<std::string> RunningGateway::ReadEvents(const std::string& session, std::size_t count,
                                                     std::string* end, const std::string& since) {
-    return ReadStream("/api/events?session=" + std::to_string(session) + (since.empty() ? "" : "&since=" + since), count,
+    return ReadStream("/api/events?session=" + session + (since.empty() ? "" : "&since=" + since), count,
                       end);
 }
 
@@ -63,6 +66,7 @@ std::vector<std::string> RunningGateway::ReadStream(const std::string& path, std
     // Each stream is its own connection, so that closing it leaves the
     // client's connection for other requests alone.
     httplib::Client stream("127.0.0.1", port_);
+    stream.set_bearer_token_auth(gateway_->Token().c_str());
     std::string pending;
     stream.Get(path.c_str(),
                [&](const char* data, std::size_t length) {
