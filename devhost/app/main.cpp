@@ -4,10 +4,13 @@
 // gateway on 127.0.0.1, until Ctrl-C or SIGTERM. With --session it runs a
 // console session of command lines instead.
 
+#include <cctype>
 #include <csignal>
+#include <filesystem>
 #include <iostream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <pthread.h>
 
@@ -17,6 +20,7 @@
 #include "devhost/gateway/Gateway.h"
 #include "devhost/gateway/HostControl.h"
 #include "devhost/model/ModelFile.h"
+#include "devhost/gateway/WorldFolders.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/samples/SampleWorlds.h"
 #include "dom/ManagedObject.h"
@@ -35,17 +39,23 @@ struct Options {
     std::string plugin = WEBAPI_PLUGIN_PATH;
     std::string web = DEVHOST_WEB_ROOT;
     int port = 8080;
+    std::string token;              // "" for a random one
+    std::size_t maxBody = 16u << 20;
+    std::vector<std::string> worldFolders;  // none: the samples and --world's folder
     bool trace = false;
 };
 
 void PrintUsage() {
     std::cout << "usage: webapi-devhost [--world FILE | --model FILE | --synthetic N] [--plugin PATH] [--port P] [--session FILE|-]\n"
-                 "                      [--web DIR] [--trace]\n"
+                 "                      [--web DIR] [--token TEXT] [--max-body BYTES] [--world-dir DIR ...] [--trace]\n"
                  "  Serves the module on http://127.0.0.1:P/ (default 8080, or the next free port), with the\n"
                  "  page at / and the API of devhost/gateway/GATEWAY.md. --session runs a console session of\n"
                  "  lines \"Method argument ...\", \"settle\", \"methods\" or # comments instead. --trace echoes\n"
-                 "  the trace to standard error. --model builds the world from a 3D file (glTF, IFC, COLLADA,\n"
-                 "  FBX, OBJ, STL, ...), with the rest of the world from FILE.world.json if there is one.\n";
+                 "  the trace to standard error. Every API request carries the token printed with the address\n"
+                 "  (random, or --token TEXT). The control loads world files from the --world-dir folders only\n"
+                 "  (by default the samples folder and the folder of --world). --model builds the world from a\n"
+                 "  3D file (glTF, IFC, COLLADA, FBX, OBJ, STL, ...), with the rest of the world from\n"
+                 "  FILE.world.json if there is one.\n";
 }
 
 bool ParseOptions(int argc, char** argv, Options& options) {
@@ -72,6 +82,12 @@ bool ParseOptions(int argc, char** argv, Options& options) {
                 options.web = value;
             } else if (arg == "--port" && next()) {
                 options.port = std::stoi(value);
+            } else if (arg == "--token" && next() && !value.empty()) {
+                options.token = value;
+            } else if (arg == "--max-body" && next()) {
+                options.maxBody = std::stoul(value);
+            } else if (arg == "--world-dir" && next()) {
+                options.worldFolders.push_back(value);
             } else if (arg == "--trace") {
                 options.trace = true;
             } else if (arg == "--no-trace") {
@@ -85,6 +101,23 @@ bool ParseOptions(int argc, char** argv, Options& options) {
     }
     const int worlds = !options.worldFile.empty() + (options.synthetic > 0) + !options.modelFile.empty();
     return worlds <= 1;
+}
+
+// A token given with --token may hold any character; in the address it is
+// percent-encoded.
+std::string UrlText(const std::string& text) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    std::string encoded;
+    for (unsigned char c : text) {
+        if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~') {
+            encoded += static_cast<char>(c);
+        } else {
+            encoded += '%';
+            encoded += kDigits[c >> 4];
+            encoded += kDigits[c & 15];
+        }
+    }
+    return encoded;
 }
 
 void DescribeWorld() {
@@ -102,6 +135,14 @@ int ServeGateway(const Options& options, const du::Symbol& actorName,
     devhost::gateway::GatewayOptions gatewayOptions;
     gatewayOptions.actorName = actorName.str();
     gatewayOptions.webRoot = options.web;
+    gatewayOptions.token = options.token;
+    gatewayOptions.maxBody = options.maxBody;
+    gatewayOptions.worldFolders = options.worldFolders;
+    if (gatewayOptions.worldFolders.empty()) {
+        gatewayOptions.worldFolders.push_back(devhost::gateway::SamplesFolder());
+        if (!options.worldFile.empty())
+            gatewayOptions.worldFolders.push_back(std::filesystem::absolute(options.worldFile).parent_path().string());
+    }
     devhost::gateway::Gateway gateway(gatewayOptions);
     std::string why;
     if (!gateway.Ready(&why)) {
@@ -113,7 +154,10 @@ int ServeGateway(const Options& options, const du::Symbol& actorName,
         std::cerr << "webapi-devhost: no free port from " << options.port << '\n';
         return 1;
     }
-    std::cout << "webapi-devhost: open http://127.0.0.1:" << port << "/  (Ctrl-C ends)" << std::endl;
+    // The address stands on a line of its own so that a person can copy it
+    // and a script can find it; the page reads its token from there.
+    std::cout << "webapi-devhost: serving on 127.0.0.1:" << port << "; open (Ctrl-C ends):\n"
+              << "http://127.0.0.1:" << port << "/?token=" << UrlText(gateway.Token()) << std::endl;
     std::thread waiter([&] {
         int signal = 0;
         sigwait(&stopSignals, &signal);

@@ -6,7 +6,9 @@
 
 #include "devhost/gateway/GatewayContext.h"
 #include "devhost/gateway/JsonReply.h"
+#include "devhost/gateway/RequestBody.h"
 #include "devhost/gateway/ValueCodec.h"
+#include "devhost/gateway/WorkerPool.h"
 #include "devhost/platform/RawMessages.h"
 #include "dom/Exceptions.h"
 #include "dom/Proxy.h"
@@ -46,6 +48,16 @@ bool Deliver(const GatewayContext& context, const dom::MessagePtr& message, http
     return false;
 }
 
+// Answers a request that names a session no longer open: 410 for one that
+// ended unused, 404 for any other.
+void ReplyNoSession(const GatewayContext& context, const std::string& id, httplib::Response& response) {
+    std::string reason;
+    if (context.sessions.Expired(id, reason))
+        ReplyError(response, 410, "session-ended", "the session has ended: " + reason);
+    else
+        ReplyError(response, 404, "unknown-session", "no such session");
+}
+
 // The session a request names in its "session" member, if any. A named
 // session that is unknown or has ended is answered (404 or 410) and gives
 // false.
@@ -53,20 +65,20 @@ bool FindSession(GatewayContext& context, const Document& body, std::shared_ptr<
                  httplib::Response& response) {
     auto member = body.FindMember("session");
     if (member == body.MemberEnd() || member->value.IsNull()) return true;
-    unsigned long long id = 0;
-    if (!ReadSessionId(member->value, id)) {
-        ReplyError(response, 400, "bad-request", "\"session\" is a session id");
+    if (!member->value.IsString()) {
+        ReplyError(response, 400, "bad-request", "\"session\" is a session id, a string");
         return false;
     }
+    const std::string id(member->value.GetString(), member->value.GetStringLength());
     session = context.sessions.Find(id);
     if (!session) {
-        ReplyError(response, 404, "unknown-session", "no session " + std::to_string(id));
+        ReplyNoSession(context, id, response);
         return false;
     }
     std::string reason;
     if (session->Ended(&reason)) {
         context.sessions.Close(id, reason);
-        ReplyError(response, 410, "session-ended", "session " + std::to_string(id) + " has ended: " + reason);
+        ReplyError(response, 410, "session-ended", "the session has ended: " + reason);
         return false;
     }
     return true;
@@ -95,9 +107,8 @@ void ListInterfaces(const GatewayContext& context, httplib::Response& response) 
     ReplyJson(response, 200, reply);
 }
 
-void Call(GatewayContext& context, const httplib::Request& request, httplib::Response& response) {
-    Document body;
-    if (!ParseObjectBody(request, body, response) || !NeedModule(context, response)) return;
+void Call(GatewayContext& context, const Document& body, httplib::Response& response) {
+    if (!NeedModule(context, response)) return;
     const InterfaceEntry* served = context.catalog.Find(context.catalog.Served());
     auto name = body.FindMember("method");
     if (name == body.MemberEnd() || !name->value.IsString()) {
@@ -175,6 +186,25 @@ void Call(GatewayContext& context, const httplib::Request& request, httplib::Res
     ReplyJson(response, 200, answer);
 }
 
+// True when the values, read by the signature of the served method that the
+// tag names, hold a sequence count that they cannot back.
+bool HasUnbackedCount(const GatewayContext& context, short tag, const std::vector<MessageValue>& values) {
+    const InterfaceEntry* served = context.catalog.Find(context.catalog.Served());
+    const auto* proxy = dynamic_cast<const dom::ProxyObject*>(context.module.get());
+    if (!served) return false;
+    for (const MethodEntry& method : served->methods) {
+        if ((proxy ? proxy->Rebind(method.id) : method.id) != tag) continue;
+        std::size_t position = 0;
+        for (const Parameter& parameter : method.parameters) {
+            if (parameter.out) continue;
+            const ValueFit fit = FitValues(parameter.type, values, position);
+            if (fit == ValueFit::BadCount) return true;
+            if (fit == ValueFit::Mismatch) break;
+        }
+    }
+    return false;
+}
+
 bool ReadShort(const Document& body, const char* key, short& value) {
     auto member = body.FindMember(key);
     if (member == body.MemberEnd() || !member->value.IsInt()) return false;
@@ -184,9 +214,8 @@ bool ReadShort(const Document& body, const char* key, short& value) {
     return true;
 }
 
-void Raw(GatewayContext& context, const httplib::Request& request, httplib::Response& response) {
-    Document body;
-    if (!ParseObjectBody(request, body, response) || !NeedModule(context, response)) return;
+void Raw(GatewayContext& context, const Document& body, httplib::Response& response) {
+    if (!NeedModule(context, response)) return;
     short table = 0, tag = 0;
     if (!ReadShort(body, "table", table) || !ReadShort(body, "tag", tag)) {
         ReplyError(response, 400, "bad-request", "\"table\" and \"tag\" are 16-bit signed integers");
@@ -216,7 +245,13 @@ void Raw(GatewayContext& context, const httplib::Request& request, httplib::Resp
     auto reply = body.FindMember("reply");
     const bool needsReply = reply == body.MemberEnd() || (reply->value.IsBool() && reply->value.GetBool());
     dom::MessagePtr message = MakeRawMessage(context.module, table, tag, values, needsReply);
-    if (!Deliver(context, message, response)) return;
+    if (!Deliver(context, message, response)) {
+        // The module refuses a sequence whose count its values cannot back
+        // as it refuses a bad tag; the client is told which it was.
+        if (RefusalOf(message) == Refusal::BadTag && table == 0 && HasUnbackedCount(context, tag, values))
+            ReplyError(response, 502, "bad-count", "a sequence's count is more than the values that follow it");
+        return;
+    }
     Document answer(rapidjson::kObjectType);
     auto& allocator = answer.GetAllocator();
     Json typed(rapidjson::kArrayType);
@@ -235,18 +270,18 @@ void Raw(GatewayContext& context, const httplib::Request& request, httplib::Resp
 
 void OpenSession(GatewayContext& context, httplib::Response& response) {
     Document reply(rapidjson::kObjectType);
-    reply.AddMember("session", static_cast<std::uint64_t>(context.sessions.Open()->Id()), reply.GetAllocator());
+    reply.AddMember("session", Json(context.sessions.Open()->Id().c_str(), reply.GetAllocator()), reply.GetAllocator());
     ReplyJson(response, 200, reply);
 }
 
 void CloseSession(GatewayContext& context, const httplib::Request& request, httplib::Response& response) {
-    unsigned long long id = 0;
-    if (!ReadSessionId(request.matches[1].str(), id) || !context.sessions.Close(id, "ended by its client")) {
-        ReplyError(response, 404, "unknown-session", "no session " + request.matches[1].str());
+    const std::string id = request.matches[1].str();
+    if (!context.sessions.Close(id, "ended by its client")) {
+        ReplyNoSession(context, id, response);
         return;
     }
     Document reply(rapidjson::kObjectType);
-    reply.AddMember("ended", static_cast<std::uint64_t>(id), reply.GetAllocator());
+    reply.AddMember("ended", Json(id.c_str(), reply.GetAllocator()), reply.GetAllocator());
     ReplyJson(response, 200, reply);
 }
 
@@ -259,22 +294,39 @@ constexpr std::size_t kGatherBytes = 1 << 20;
 // notices a closed connection, a newer stream of the session and the
 // gateway's stop; a comment line keeps idle connections open.
 void Events(GatewayContext& context, const httplib::Request& request, httplib::Response& response) {
-    unsigned long long id = 0, after = 0;
+    unsigned long long after = 0;
+    const std::string id = request.get_param_value("session");
     const std::string since =
         request.has_param("since") ? request.get_param_value("since") : request.get_header_value("Last-Event-ID");
-    if (!ReadSessionId(request.get_param_value("session"), id) || (!since.empty() && !ReadSessionId(since, after))) {
+    if (id.empty() || (!since.empty() && !ReadSessionId(since, after))) {
         ReplyError(response, 400, "bad-request", "events?session=ID[&since=SEQ]");
         return;
     }
     std::shared_ptr<Session> session = context.sessions.Find(id);
     if (!session) {
-        ReplyError(response, 404, "unknown-session", "no session " + std::to_string(id));
+        ReplyNoSession(context, id, response);
         return;
     }
-    const unsigned stream = session->OpenStream(since.empty() ? nullptr : &after);
-    response.set_header("Cache-Control", "no-store");
+    WorkerPool* pool = context.pool.load();
+    if (!pool || !pool->BeginStream()) {
+        ReplyError(response, 503, "too-many-streams", "as many event streams as the gateway serves are open");
+        return;
+    }
+    unsigned stream = 0;
+    if (!session->OpenStream(since.empty() ? nullptr : &after, stream)) {
+        pool->EndStream();
+        ReplyError(response, 400, "bad-since",
+                   "event " + since + " was never sent; the last is " + std::to_string(session->LastEvent()));
+        return;
+    }
+    // Held by the stream's writer: when httplib lets it go, the stream has
+    // ended and its thread goes back to serving requests.
+    std::shared_ptr<void> lease(nullptr, [pool, session](void*) {
+        session->CloseStream();
+        pool->EndStream();
+    });
     response.set_chunked_content_provider(
-        "text/event-stream", [&context, session, stream](std::size_t, httplib::DataSink& sink) {
+        "text/event-stream", [&context, session, stream, lease](std::size_t, httplib::DataSink& sink) {
             if (context.stopping || !sink.is_writable()) return false;
             Session::Batch batch = session->Take(stream, std::chrono::milliseconds(250));
             if (batch.replaced) {
@@ -318,17 +370,17 @@ void AddApiRoutes(httplib::Server& server, GatewayContext& context) {
     server.Get("/api/interfaces", [&](const httplib::Request&, httplib::Response& response) {
         ListInterfaces(context, response);
     });
-    server.Post("/api/sessions", [&](const httplib::Request&, httplib::Response& response) {
+    PostJson(server, "/api/sessions", context.maxBody, [&](const httplib::Request&, Document&, httplib::Response& response) {
         OpenSession(context, response);
     });
     server.Delete(R"(/api/sessions/([^/]+))", [&](const httplib::Request& request, httplib::Response& response) {
         CloseSession(context, request, response);
     });
-    server.Post("/api/call", [&](const httplib::Request& request, httplib::Response& response) {
-        Call(context, request, response);
+    PostJson(server, "/api/call", context.maxBody, [&](const httplib::Request&, Document& body, httplib::Response& response) {
+        Call(context, body, response);
     });
-    server.Post("/api/raw", [&](const httplib::Request& request, httplib::Response& response) {
-        Raw(context, request, response);
+    PostJson(server, "/api/raw", context.maxBody, [&](const httplib::Request&, Document& body, httplib::Response& response) {
+        Raw(context, body, response);
     });
     server.Get("/api/events", [&](const httplib::Request& request, httplib::Response& response) {
         Events(context, request, response);

@@ -3,25 +3,62 @@
 #include "devhost/gateway/GatewayContext.h"
 #include "devhost/gateway/GeometryRoutes.h"
 #include "devhost/gateway/JsonReply.h"
+#include "devhost/gateway/RandomText.h"
+#include "devhost/gateway/RequestGuard.h"
+#include "devhost/gateway/WorldFolders.h"
 
 #include <mutex>
 #include <thread>
+
+#include <sys/socket.h>
 
 namespace devhost::gateway {
 
 namespace {
 
-// Event streams hold a worker each for as long as they are open.
+// Workers for requests; event streams take threads of their own besides.
 constexpr std::size_t kWorkers = 64;
+
+// Connections that may wait to be accepted while every worker is busy.
+constexpr int kBacklog = 512;
+
+// What every reply carries: no reply is cached or sniffed as another type,
+// and the page takes scripts, data and connections from this host alone and
+// may not be framed by another site (which could click for the person).
+// Styles may be inline: the page's rows are placed by style attributes.
+const httplib::Headers& ReplyHeaders() {
+    static const httplib::Headers headers = {
+        {"X-Content-Type-Options", "nosniff"},
+        {"Cache-Control", "no-store"},
+        {"X-Frame-Options", "DENY"},
+        {"Referrer-Policy", "no-referrer"},
+        {"Content-Security-Policy",
+         "default-src 'none'; script-src 'self'; connect-src 'self'; img-src 'self' data: blob:; "
+         "style-src 'self' 'unsafe-inline'; font-src 'self'; base-uri 'none'; form-action 'none'; "
+         "frame-ancestors 'none'"},
+    };
+    return headers;
+}
+
+// httplib listens with the small backlog compiled into its library; Linux
+// lets a listening socket's backlog be raised by listening on it again.
+class Listener : public httplib::Server {
+public:
+    void WidenBacklog(int backlog) {
+        if (svr_sock_ != INVALID_SOCKET) ::listen(svr_sock_, backlog);
+    }
+};
 
 }  // namespace
 
 struct Gateway::Impl {
     explicit Impl(const GatewayOptions& options)
-        : context(SignatureCatalog::Read(options.servedInterface), options.eventBound) {}
+        : context(SignatureCatalog::Read(options.servedInterface), options.sessions, options.maxBody),
+          guard(options.token.empty() ? RandomHex(16) : options.token) {}
 
     GatewayContext context;
-    httplib::Server server;
+    RequestGuard guard;
+    Listener server;
     // httplib's stop() does nothing until the listening loop has begun, so a
     // stop that comes first (a signal during start-up) is remembered here and
     // Serve never begins, or Stop waits for the loop to begin and ends it.
@@ -32,13 +69,27 @@ struct Gateway::Impl {
 
 Gateway::Gateway(GatewayOptions options) : impl_(std::make_unique<Impl>(options)) {
     GatewayContext& context = impl_->context;
+    if (!options.worldFolders.empty()) WorldFolders::Set(options.worldFolders);
     if (context.catalog.Find(options.servedInterface))
         dom::ManagedObject::FindActor(du::Symbol(options.actorName), du::Symbol(options.servedInterface),
                                       context.module);
 
-    httplib::Server& server = impl_->server;
-    server.new_task_queue = [] { return new httplib::ThreadPool(kWorkers); };
+    Listener& server = impl_->server;
+    server.set_default_headers(ReplyHeaders());
+    // Headers and body go out in separate writes; with Nagle's algorithm
+    // the second waits for the peer's delayed acknowledgement, about 40 ms
+    // on every keep-alive request.
+    server.set_tcp_nodelay(true);
+    server.new_task_queue = [this, maxStreams = options.maxStreams] {
+        auto* pool = new WorkerPool(kWorkers, maxStreams);
+        impl_->context.pool = pool;
+        return pool;
+    };
     server.set_payload_max_length(options.maxBody);
+    server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+        return impl_->guard.Admit(request, response) ? httplib::Server::HandlerResponse::Unhandled
+                                                     : httplib::Server::HandlerResponse::Handled;
+    });
     server.set_exception_handler([](const httplib::Request&, httplib::Response& response, std::exception_ptr failure) {
         std::string what = "unknown failure";
         try {
@@ -79,12 +130,20 @@ bool Gateway::Ready(std::string* why) const {
     return false;
 }
 
+const std::string& Gateway::Token() const { return impl_->guard.Token(); }
+
 int Gateway::Bind(int port) {
-    httplib::Server& server = impl_->server;
-    if (port == 0) return server.bind_to_any_port("127.0.0.1");
-    for (int candidate = port; candidate <= port + 10 && candidate < 65536; ++candidate)
-        if (server.bind_to_port("127.0.0.1", candidate)) return candidate;
-    return -1;
+    Listener& server = impl_->server;
+    int bound = -1;
+    if (port == 0) {
+        bound = server.bind_to_any_port("127.0.0.1");
+    } else {
+        for (int candidate = port; bound < 0 && candidate <= port + 10 && candidate < 65536; ++candidate)
+            if (server.bind_to_port("127.0.0.1", candidate)) bound = candidate;
+    }
+    if (bound > 0) server.WidenBacklog(kBacklog);
+    impl_->guard.SetPort(bound);
+    return bound;
 }
 
 void Gateway::Serve() {
@@ -94,6 +153,7 @@ void Gateway::Serve() {
         impl_->serving = true;
     }
     impl_->server.listen_after_bind();
+    impl_->context.pool = nullptr;  // httplib has ended and deleted it
     std::lock_guard<std::mutex> lock(impl_->serveMutex);
     impl_->served = true;
 }

@@ -3,6 +3,9 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
+
+#include "devhost/gateway/Sessions.h"
 
 namespace devhost::gateway {
 
@@ -12,10 +15,18 @@ struct GatewayOptions {
     std::string servedInterface = "webapi::WebApiModule";
     // The folder of the web page served at "/"; "" serves none.
     std::string webRoot;
-    // Events that may wait for a session's reader before the session ends.
-    std::size_t eventBound = 100000;
+    // What a session may hold and how long it may sit unused.
+    SessionLimits sessions;
+    // Event streams open at once; the next is refused with 503.
+    std::size_t maxStreams = 512;
     // Largest request body taken, in bytes.
-    std::size_t maxBody = 64u << 20;
+    std::size_t maxBody = 16u << 20;
+    // The folders whose world files the control may load; none keeps the
+    // samples folder.
+    std::vector<std::string> worldFolders;
+    // The secret every API and control request carries; "" draws a random
+    // one of 128 bits.
+    std::string token;
 };
 
 // Serves a plug-in's remote interface to HTTP clients on 127.0.0.1, built
@@ -33,6 +44,8 @@ public:
     // False, with the reason, when the served interface has no factory or no
     // actor of that name serves it.
     bool Ready(std::string* why = nullptr) const;
+    // The token requests are to carry.
+    const std::string& Token() const;
 
     // Binds to port on 127.0.0.1, or to the next free port of the ten after
     // it; 0 takes any free port. Gives the port bound, or -1.

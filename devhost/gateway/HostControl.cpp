@@ -10,6 +10,7 @@
 #include "devhost/content/ContentWorldFile.h"
 #include "devhost/content/SceneContent.h"
 #include "devhost/content/WorldContent.h"
+#include "devhost/gateway/WorldFolders.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/samples/LargeWorld.h"
 #include "devhost/samples/SampleWorlds.h"
@@ -63,6 +64,10 @@ struct Members {
         return (value && value->IsArray()) || Fail(key, "an array");
     }
 };
+
+// Enough for any test of scale; a synthetic world of more would take the
+// host's memory for nothing.
+constexpr unsigned kMostSyntheticInstances = 5000000;
 
 bool Done(bool ok, std::string& error, const std::string& why) {
     if (!ok) error = why;
@@ -204,13 +209,24 @@ bool ChangeInstancesAtOnce(const Json& request, Json& result, JsonAllocator& all
     return true;
 }
 
+// Any integer is forced, as the host function takes it, so that the states
+// the rule never gives (0, 10 and above) can be tried; "rule" goes back to
+// the rule.
 bool VisibilityOverride(const Json& request, Json&, JsonAllocator&, std::string& error) {
     Members m{request, error};
     std::string idPath;
-    int state = 0;
-    if (!m.String("idpath", idPath) || !m.Int("state", state)) return false;
-    if (state < 0 || state > 9) return Done(false, error, "\"state\" is 0 (the rule) to 9");
-    return Done(SetVisibilityOverride(idPath, state), error, "no instance \"" + idPath + "\"");
+    if (!m.String("idpath", idPath)) return false;
+    const Json* state = m.Find("state");
+    if (state && state->IsString() && std::string(state->GetString()) == "rule")
+        return Done(ClearVisibilityOverride(idPath), error, "no instance \"" + idPath + "\"");
+    if (!state || !state->IsInt()) return m.Fail("state", "an integer, or \"rule\"");
+    return Done(SetVisibilityOverride(idPath, state->GetInt()), error, "no instance \"" + idPath + "\"");
+}
+
+// No tree, with the application's scenes and views kept, as a viewer shows
+// a document that has no structure.
+bool WorldWithoutTree(const Json&, Json&, JsonAllocator&, std::string& error) {
+    return Done(UseWorldWithoutTree() != nullptr, error, "the world could not be replaced");
 }
 
 bool ShowShape(const Json& request, Json&, JsonAllocator&, std::string& error) {
@@ -352,16 +368,20 @@ bool LoadWorld(const Json& request, Json&, JsonAllocator&, std::string& error) {
             inline_->Accept(writer);
             LoadWorldText(text.GetString(), "inline world");
         } else if (const Json* synthetic = m.Find("synthetic")) {
-            if (!synthetic->IsUint() || synthetic->GetUint() < 1)
-                return m.Fail("synthetic", "a number of instances");
+            if (!synthetic->IsUint() || synthetic->GetUint() < 1 || synthetic->GetUint() > kMostSyntheticInstances)
+                return m.Fail("synthetic", "a number of instances from 1 to 5000000");
             LoadSyntheticWorld(synthetic->GetUint());
         } else {
-            std::string path;
+            std::string path, file;
             if (!m.String("path", path, true)) return false;
-            if (path.empty())
+            if (path.empty()) {
                 LoadDefaultSampleWorld();
-            else
-                LoadContentWorldFile(path);
+            } else if (!WorldFolders::Resolve(path, file)) {
+                // The same words whether or not there is such a file.
+                return Done(false, error, "\"path\" is to name a world file in the world folders");
+            } else {
+                LoadContentWorldFile(file);
+            }
         }
     } catch (const std::exception& failure) {
         error = failure.what();
@@ -394,14 +414,16 @@ const std::vector<ControlAction>& ControlActions() {
         {"addInstances", "instances [{parent (idpath, \"\" for a root), name}]", AddInstances},
         {"removeInstances", "idpaths [idpath]", RemoveInstances},
         {"changeInstances", "remove [idpath], add [{parent, name}], as one change", ChangeInstancesAtOnce},
-        {"setVisibilityOverride", "idpath, state (1 to 9; 0 back to the rule)", VisibilityOverride},
+        {"setVisibilityOverride", "idpath, state (any integer, forced; \"rule\" back to the rule)", VisibilityOverride},
         {"showInstance", "scene, idpath, visible", ShowShape},
         {"reportViewerProgress", "view, percentage (default 100), finish (default true)", ViewerProgress},
         {"armFault", "point, kind (default fail), text, count (default -1: every hit)", ArmFaultAt},
         {"disarmFaults", "point (default: all)", DisarmFaults},
         {"pickShape", "scene, idpath (null clears), add (default false), point [x, y, z] (default the shape's middle)",
          PickShape},
-        {"loadWorld", "path (\"\" for the sample world) | world {inline world file} | synthetic N", LoadWorld},
+        {"useWorldWithoutTree", "", WorldWithoutTree},
+        {"loadWorld", "path (\"\" for the sample world; a file in the world folders) | world {inline world file} | "
+                      "synthetic N (1 to 5000000)", LoadWorld},
     };
     return actions;
 }

@@ -8,6 +8,7 @@
 #include "devhost/gateway/HostControl.h"
 #include "devhost/gateway/HostState.h"
 #include "devhost/gateway/JsonReply.h"
+#include "devhost/gateway/RequestBody.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/world/Settle.h"
 
@@ -86,9 +87,7 @@ void State(const httplib::Request& request, httplib::Response& response) {
     ReplyJson(response, 200, reply);
 }
 
-void Control(const httplib::Request& request, httplib::Response& response) {
-    Document body;
-    if (!ParseObjectBody(request, body, response)) return;
+void Control(const Document& body, httplib::Response& response) {
     auto action = body.FindMember("action");
     const auto& actions = ControlActions();
     auto found = actions.end();
@@ -120,12 +119,12 @@ void AddHostRoutes(httplib::Server& server, GatewayContext& context) {
     server.Get("/host/state", [](const httplib::Request& request, httplib::Response& response) {
         State(request, response);
     });
-    server.Post("/host/control", [](const httplib::Request& request, httplib::Response& response) {
-        Control(request, response);
+    PostJson(server, "/host/control", context.maxBody, [](const httplib::Request&, Document& body, httplib::Response& response) {
+        Control(body, response);
     });
     // Host work may post to the module and the module call the sessions'
     // objects, which may call the module again: all of them settle together.
-    server.Post("/host/settle", [&context](const httplib::Request&, httplib::Response& response) {
+    PostJson(server, "/host/settle", context.maxBody, [&context](const httplib::Request&, Document&, httplib::Response& response) {
         std::vector<du::SmartPtr<dom::ManagedObject>> actors = context.sessions.CallbackObjects();
         if (context.module) actors.push_back(context.module);
         Settle(actors);

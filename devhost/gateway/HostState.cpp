@@ -99,6 +99,11 @@ void WriteViews(Json& out, JsonAllocator& allocator, const StateLimits&) {
                 messages.PushBack(WorkflowMessageJson(message, allocator), allocator);
         }
         entry.AddMember("workflowMessages", messages, allocator);
+        entry.AddMember("viewerObservers",
+                        static_cast<unsigned>(state.workflows ? state.workflows->viewerObservers.size() : 0), allocator);
+        entry.AddMember("workflowObservers",
+                        static_cast<unsigned>(state.workflows ? state.workflows->workflowObservers.size() : 0),
+                        allocator);
         out.PushBack(entry, allocator);
     }
 }
@@ -136,6 +141,9 @@ void WriteScenes(Json& out, JsonAllocator& allocator, const StateLimits& limits)
         entry.AddMember("addShapeCalls", calls, allocator);
         entry.AddMember("labels", LabelsJson(*scene, allocator), allocator);
         entry.AddMember("selection", SelectionJson(*scene, allocator), allocator);
+        du::SmartPtr<SelectionManager> selection = SelectionOf(*scene);
+        entry.AddMember("selectionObservers", static_cast<std::uint64_t>(selection ? selection->ObserverCount() : 0),
+                        allocator);
         out.PushBack(entry, allocator);
     }
 }
@@ -196,6 +204,26 @@ void WriteAppliedSets(Json& out, JsonAllocator& allocator, const StateLimits&) {
     if (!content) return;
     for (const WorldContent::AppliedSet& applied : content->AppliedSets())
         out.PushBack(AppliedSetJson(applied, allocator), allocator);
+}
+
+// What the application's plug-in link was told, in order.
+void WritePluginLink(Json& out, JsonAllocator& allocator, const StateLimits&) {
+    out.SetObject();
+    Json applied(rapidjson::kArrayType), selections(rapidjson::kArrayType);
+    if (auto content = CurrentContent()) {
+        for (bool success : content->GetPlugin()->AnnotationsApplied()) {
+            Json item(rapidjson::kObjectType);
+            item.AddMember("success", success, allocator);
+            applied.PushBack(item, allocator);
+        }
+        for (unsigned int set : content->GetPlugin()->SelectionChanges()) {
+            Json item(rapidjson::kObjectType);
+            item.AddMember("selectionSet", set, allocator);
+            selections.PushBack(item, allocator);
+        }
+    }
+    out.AddMember("OnAnnotationsApplied", applied, allocator);
+    out.AddMember("OnSelectionChanged", selections, allocator);
 }
 
 void WriteCrossSelection(Json& out, JsonAllocator& allocator, const StateLimits&) {
@@ -293,8 +321,16 @@ Json LabelsJson(const qxk::Scene& scene, JsonAllocator& allocator) {
         item.AddMember("x", info.x, allocator);
         item.AddMember("y", info.y, allocator);
         item.AddMember("z", info.z, allocator);
-        for (const auto& row : info.textRows) rows.PushBack(Text(row.text, allocator), allocator);
+        Json kinds(rapidjson::kArrayType);
+        for (const auto& row : info.textRows) {
+            rows.PushBack(Text(row.text, allocator), allocator);
+            Json kind(rapidjson::kObjectType);
+            kind.AddMember("text", Text(row.text, allocator), allocator);
+            kind.AddMember("kind", row.kind, allocator);
+            kinds.PushBack(kind, allocator);
+        }
         item.AddMember("text", rows, allocator);
+        item.AddMember("rows", kinds, allocator);
         labels.PushBack(item, allocator);
     }
     return labels;
@@ -338,7 +374,7 @@ const std::vector<StateSection>& StateSections() {
         {"scenes", WriteScenes},           {"markups", WriteMarkups},
         {"moduleCalls", WriteModuleCalls}, {"progress", WriteProgress},
         {"appliedSets", WriteAppliedSets}, {"crossSelection", WriteCrossSelection},
-        {"pending", WritePending},
+        {"pending", WritePending},         {"pluginLink", WritePluginLink},
     };
     return sections;
 }

@@ -1,5 +1,7 @@
 #include "devhost/gateway/JsonReply.h"
 
+#include "devhost/gateway/JsonChecks.h"
+
 #include <rapidjson/error/en.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
@@ -29,8 +31,19 @@ void ReplyError(httplib::Response& response, int status, const std::string& erro
     ReplyJson(response, status, reply);
 }
 
-bool ParseObjectBody(const httplib::Request& request, rapidjson::Document& body, httplib::Response& response) {
-    body.Parse(request.body.data(), request.body.size());
+bool ParseObjectBody(const std::string& text, rapidjson::Document& body, httplib::Response& response) {
+    if (text.find_first_not_of(" \t\r\n") == std::string::npos) {
+        body.SetObject();
+        return true;
+    }
+    const std::size_t deep = DeeperThan(text.data(), text.size(), kMaxJsonDepth);
+    if (deep != std::string::npos) {
+        ReplyError(response, 400, "bad-json",
+                   "the body nests arrays and objects deeper than " + std::to_string(kMaxJsonDepth) +
+                       " levels (at byte " + std::to_string(deep) + ")");
+        return false;
+    }
+    body.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
     if (body.HasParseError()) {
         ReplyError(response, 400, "bad-json",
                    std::string("the body is not JSON: ") + rapidjson::GetParseError_En(body.GetParseError()) +
@@ -41,7 +54,16 @@ bool ParseObjectBody(const httplib::Request& request, rapidjson::Document& body,
         ReplyError(response, 400, "bad-request", "the body is to be a JSON object");
         return false;
     }
+    std::string why;
+    if (!AllStringsClean(body, why)) {
+        ReplyError(response, 400, "bad-values", why);
+        return false;
+    }
     return true;
+}
+
+bool ParseObjectBody(const httplib::Request& request, rapidjson::Document& body, httplib::Response& response) {
+    return ParseObjectBody(request.body, body, response);
 }
 
 bool ReadSessionId(const rapidjson::Value& value, unsigned long long& id) {

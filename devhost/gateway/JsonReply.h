@@ -14,8 +14,11 @@ void ReplyJson(httplib::Response& response, int status, const rapidjson::Value& 
 // {"error": error, "message": message}
 void ReplyError(httplib::Response& response, int status, const std::string& error, const std::string& message);
 
-// Parses the request's body as a JSON object; on failure answers 400 with
-// where it went wrong and gives false.
+// Parses a request's body as a JSON object; on failure answers 400 with
+// where it went wrong and gives false. An empty body is {}. Nesting past
+// kMaxJsonDepth is refused before parsing (bad-json), and a string or name
+// with a NUL or invalid UTF-8 after it (bad-values).
+bool ParseObjectBody(const std::string& text, rapidjson::Document& body, httplib::Response& response);
 bool ParseObjectBody(const httplib::Request& request, rapidjson::Document& body, httplib::Response& response);
 
 // A session id from a JSON number or a text of digits; false for anything else.

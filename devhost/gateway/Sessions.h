@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -13,33 +14,44 @@
 
 namespace devhost::gateway {
 
+// How much a session may hold and how long it may sit unused.
+struct SessionLimits {
+    // Bytes of event text a session keeps, waiting and sent alike. Past
+    // that, events already sent are let go oldest first; when the waiting
+    // ones alone would pass it, the session ends, so a reader that falls
+    // behind loses nothing silently.
+    std::size_t eventBytes = 64u << 20;
+    // A session with no open stream and no call for this long ends.
+    std::chrono::steady_clock::duration idle = std::chrono::minutes(10);
+};
+
 // A web client's session: one callback object of each callback interface of
 // the catalogue, living on the gateway's client actor, and the events those
-// objects received that no stream has taken yet. At most bound events wait:
-// past that the session ends, so a reader that falls behind loses nothing
-// silently.
+// objects received. Its id is a random text that only its client knows.
 class Session {
 public:
-    Session(unsigned long long id, const SignatureCatalog& catalog, ClientActor& actor, std::size_t bound);
+    Session(std::string id, const SignatureCatalog& catalog, ClientActor& actor, std::size_t eventBytes);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    unsigned long long Id() const { return id_; }
+    const std::string& Id() const { return id_; }
     const std::vector<du::SmartPtr<CallbackObject>>& Callbacks() const { return callbacks_; }
     const SessionObjects& Objects() const { return objects_; }
 
     // Ends the session: its objects are let go (what the module still sends
-    // them is dropped) and its streams are told why. Harmless when ended.
+    // them is dropped), its events too, and its streams are told why.
+    // Harmless when ended.
     void End(const std::string& reason);
     // True once ended, by End or by an overflow; reason says why.
     bool Ended(std::string* reason = nullptr) const;
 
     // A stream takes the events in arrival order. A new stream replaces the
     // one before, which then gets replaced set. It goes on after the last
-    // event sent to a stream, or, given after, after that event: events
-    // sent to a stream that broke are kept (as many as the bound) so that a
-    // reader can resume from the last one it got.
+    // event sent to a stream, or, given after, after that event: the reader
+    // has everything up to it, so those events are let go, and what was sent
+    // after it is sent again. An after beyond the last event is refused
+    // (false) and changes nothing.
     struct Batch {
         // Number and JSON text; the texts are shared with the kept events, so
         // a large tree document is not copied while the session is locked.
@@ -48,13 +60,23 @@ public:
         std::string reason;
         bool replaced = false;
     };
-    unsigned OpenStream(const unsigned long long* after = nullptr);
+    bool OpenStream(const unsigned long long* after, unsigned& stream);
+    // A stream ended, by its reader or by the gateway.
+    void CloseStream();
     // Waits up to wait for events, then takes all that wait.
     Batch Take(unsigned stream, std::chrono::milliseconds wait);
+    // The last event's number.
+    unsigned long long LastEvent() const;
+
+    // A call of the session's client: the session is in use.
+    void Touch();
+    // True when no stream is open and nothing touched the session since
+    // before the moment given.
+    bool IdleSince(std::chrono::steady_clock::time_point moment) const;
 
 private:
     struct Events;
-    const unsigned long long id_;
+    const std::string id_;
     ClientActor& actor_;
     std::shared_ptr<Events> events_;
     SessionObjects objects_;
@@ -64,26 +86,35 @@ private:
 // The open sessions by id. Thread-safe.
 class SessionTable {
 public:
-    SessionTable(const SignatureCatalog& catalog, ClientActor& actor, std::size_t bound);
+    SessionTable(const SignatureCatalog& catalog, ClientActor& actor, SessionLimits limits);
     ~SessionTable();
 
     std::shared_ptr<Session> Open();
     // An open session, or null. A session that ended by itself is still
     // found, so that its caller can be told why.
-    std::shared_ptr<Session> Find(unsigned long long id) const;
+    std::shared_ptr<Session> Find(const std::string& id);
+    // Why a session that is no longer found ended, when it ended unused;
+    // false for an id never given out or closed by its client.
+    bool Expired(const std::string& id, std::string& reason) const;
     // Ends the session and forgets it; false for an unknown id.
-    bool Close(unsigned long long id, const std::string& reason);
+    bool Close(const std::string& id, const std::string& reason);
     std::size_t Count() const;
     // The callback objects of every open session.
     std::vector<du::SmartPtr<dom::ManagedObject>> CallbackObjects() const;
 
 private:
+    // Ends the sessions that sat unused past the limit; the lock is held.
+    void EndIdle(std::vector<std::shared_ptr<Session>>& ended);
+    std::string IdleReason() const;
+
     const SignatureCatalog& catalog_;
     ClientActor& actor_;
-    const std::size_t bound_;
+    const SessionLimits limits_;
     mutable std::mutex mutex_;
-    unsigned long long next_ = 1;
-    std::map<unsigned long long, std::shared_ptr<Session>> sessions_;
+    std::map<std::string, std::shared_ptr<Session>> sessions_;
+    // The latest sessions that ended unused, so that their clients are told
+    // (a bounded number: an old id is forgotten in the end).
+    std::deque<std::string> expired_;
 };
 
 }  // namespace devhost::gateway

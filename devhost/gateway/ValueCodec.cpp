@@ -129,6 +129,23 @@ bool DecodeArgument(const std::string& type, const std::vector<MessageValue>& va
     return true;
 }
 
+ValueFit FitValues(const std::string& type, const std::vector<MessageValue>& values, std::size_t& position) {
+    if (position >= values.size()) return ValueFit::Mismatch;
+    const MessageValue& value = values[position];
+    if (type.size() > 1 && type[0] == 'Q') {
+        const std::uint32_t* count = std::get_if<std::uint32_t>(&value);
+        if (!count || *count > values.size() - position - 1) return ValueFit::BadCount;
+        ++position;
+        for (std::uint32_t i = 0; i < *count; ++i)
+            if (const ValueFit fit = FitValues(type.substr(1), values, position); fit != ValueFit::Fits) return fit;
+        return ValueFit::Fits;
+    }
+    const std::string expected = ReferencedInterface(type).empty() ? type : "R";
+    if (TypeCodeOf(value) != expected) return ValueFit::Mismatch;
+    ++position;
+    return ValueFit::Fits;
+}
+
 std::string TypeCodeOf(const MessageValue& value) {
     static const char* const kCodes[] = {"S", "d", "l", "ul", "b", "R"};
     return kCodes[value.index()];
@@ -164,7 +181,13 @@ bool TypedValueFromJson(const Json& typed, const SessionObjects& session, Messag
     const Json& value = typed["value"];
     if (!type.empty() && type[0] == 'R') {
         if (value.IsUint64()) {
-            out = HandleValue{value.GetUint64(), 0, 0};
+            // Another session's objects are not this client's to name.
+            const HandleValue handle{value.GetUint64(), 0, 0};
+            if (!session.owns || !session.owns(handle)) {
+                error = "object " + std::to_string(value.GetUint64()) + " is not one of the session's own";
+                return false;
+            }
+            out = handle;
             return true;
         }
         return EncodeHandle(type.substr(1), value, session, out, error);

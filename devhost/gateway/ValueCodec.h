@@ -37,13 +37,20 @@ bool EncodeArgument(const std::string& type, const Json& value, const SessionObj
 bool DecodeArgument(const std::string& type, const std::vector<MessageValue>& values, std::size_t& position,
                     const SessionObjects& session, Json& out, JsonAllocator& allocator);
 
+// How values read in order from position meet a type code: they fit (and
+// position moves past them), one is of another type or missing, or a
+// sequence's count is not an unsigned count that the values after it back.
+enum class ValueFit { Fits, Mismatch, BadCount };
+ValueFit FitValues(const std::string& type, const std::vector<MessageValue>& values, std::size_t& position);
+
 // The type code that a message value carries ("R" for any handle).
 std::string TypeCodeOf(const MessageValue& value);
 // A message value in JSON by its own type: a handle is "session", null for
 // the null handle, or the number of the object it names.
 void ValueToJson(const MessageValue& value, const SessionObjects& session, Json& out, JsonAllocator& allocator);
 // One value of {"type": CODE, "value": VALUE}, for messages written by hand;
-// a handle may also be given as the number of an object.
+// a handle may also be given as the number of an object, one of the
+// session's own alone.
 bool TypedValueFromJson(const Json& typed, const SessionObjects& session, MessageValue& out, std::string& error);
 
 }  // namespace devhost::gateway

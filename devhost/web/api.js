@@ -13,14 +13,31 @@ export class GatewayError extends Error {
   }
 }
 
-// Every request of the page goes through here.
+// The gateway takes API requests only with the token that it printed in the
+// page's address; the page reads it from there once.
+const token = new URLSearchParams(globalThis.location?.search ?? '').get('token') ?? '';
+
+// The header that carries the token, for every request that can set headers.
+export function authorization() {
+  return { Authorization: `Bearer ${token}` };
+}
+
+// A path with the token in its query, for what cannot set headers
+// (EventSource, <img>, downloads).
+export function apiUrl(path) {
+  return `${path}${path.includes('?') ? '&' : '?'}token=${encodeURIComponent(token)}`;
+}
+
+// Any request to the gateway; a POST always sends JSON ({} when no body is
+// given), since the gateway takes no other kind.
 export async function request(method, path, body) {
+  const post = method === 'POST';
   let response;
   try {
-    response = await fetch(apiUrl(path), {
+    response = await fetch(path, {
       method,
-      headers: body === undefined ? {} : { 'Content-Type': 'application/json' },
-      body: body === undefined ? undefined : JSON.stringify(body),
+      headers: post || body !== undefined ? { ...authorization(), 'Content-Type': 'application/json' } : authorization(),
+      body: body === undefined ? (post ? '{}' : undefined) : JSON.stringify(body),
     });
   } catch (error) {
     throw new GatewayError(path, 0, 'unreachable', `the program does not answer (${error.message})`);
@@ -36,11 +53,6 @@ export async function request(method, path, body) {
   return value;
 }
 
-// The address of a path for what cannot send headers (an event stream, an image).
-export function apiUrl(path) {
-  return path;
-}
-
 export class Session {
   static async open(onEvent, onEnd) {
     const { session } = await request('POST', '/api/sessions', {});
@@ -52,7 +64,8 @@ export class Session {
     // The stream resumes by itself after the last event it got, so a broken
     // connection loses nothing. onEvent also learns when the event arrived,
     // before its parsing.
-    this.events = new EventStream(apiUrl(`/api/events?session=${id}`), {
+    this.events = new EventStream(`/api/events?session=${encodeURIComponent(id)}`, {
+      headers: authorization(),
       onMessage: (data) => onEvent(performance.now(), JSON.parse(data)),
       onNamed: (name, data) => {
         if (name !== 'end') return;
@@ -72,7 +85,8 @@ export class Session {
 
   close() {
     this.events.close();
-    fetch(apiUrl(`/api/sessions/${this.id}`), { method: 'DELETE', keepalive: true }).catch(() => {});
+    fetch(`/api/sessions/${encodeURIComponent(this.id)}`, { method: 'DELETE', headers: authorization(), keepalive: true })
+      .catch(() => {});
   }
 }
 

@@ -9,9 +9,10 @@ const RETRY_MS = 1000;
 export class EventStream {
   // onMessage(data, id) for each unnamed event; onNamed(name, data) for the
   // others; onRefused(status, text) when the server refuses the stream,
-  // which ends it.
-  constructor(url, { onMessage, onNamed, onRefused }) {
+  // which ends it. headers go with every request (the gateway's token).
+  constructor(url, { onMessage, onNamed, onRefused, headers = {} }) {
     this.url = url;
+    this.headers = headers;
     this.handlers = { onMessage, onNamed, onRefused };
     this.lastId = null;
     this.closed = false;
@@ -29,7 +30,9 @@ export class EventStream {
       try {
         this.abort = new AbortController();
         const since = this.lastId === null ? '' : `&since=${encodeURIComponent(this.lastId)}`;
-        const response = await fetch(`${this.url}${since}`, { signal: this.abort.signal, cache: 'no-store' });
+        const response = await fetch(`${this.url}${since}`, {
+          signal: this.abort.signal, cache: 'no-store', headers: this.headers,
+        });
         if (!response.ok) {
           this.closed = true;
           this.handlers.onRefused(response.status, await response.text());

@@ -2,6 +2,7 @@
 // Chromium through Playwright, for the page's tests and screenshots.
 
 import { spawn } from 'node:child_process';
+import { randomBytes } from 'node:crypto';
 import { mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -10,16 +11,18 @@ import { chromium } from 'playwright-core';
 export const CHROMIUM_FLAGS = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
   '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
-// Runs webapi-devhost with the given options and resolves with its URL once
-// it serves.
+// Runs webapi-devhost with the given options and a token of its own, and
+// resolves once it serves with { url, token, stop }: url is the page's
+// address as the program printed it, token included.
 export function startHost(program, options = []) {
+  const token = randomBytes(16).toString('hex');
   return new Promise((resolve, reject) => {
-    const child = spawn(program, [...options, '--port', '0'], { stdio: ['ignore', 'pipe', 'inherit'] });
+    const child = spawn(program, [...options, '--port', '0', '--token', token], { stdio: ['ignore', 'pipe', 'inherit'] });
     let output = '';
     child.stdout.on('data', (chunk) => {
       output += chunk;
-      const found = output.match(/open (http:\/\/127\.0\.0\.1:\d+\/)/);
-      if (found) resolve({ url: found[1], stop: () => stopHost(child) });
+      const found = output.match(/^(http:\/\/127\.0\.0\.1:\d+\/\?token=[^\s]+)$/m);
+      if (found) resolve({ url: found[1], token, stop: () => stopHost(child) });
     });
     child.on('exit', (code) => reject(new Error(`webapi-devhost ended (${code}) before serving:\n${output}`)));
   });
@@ -49,13 +52,16 @@ export async function openBrowser(viewport = { width: 1400, height: 860 }) {
   };
 }
 
-// The gateway's API from node, for what a test checks behind the page.
+// The gateway's API from node, for what a test checks behind the page; url
+// is the page's address, whose token goes with every request.
 export function gateway(url) {
+  const token = new URL(url).searchParams.get('token') ?? '';
+  const authorization = { Authorization: `Bearer ${token}` };
   const post = async (path, body) => (await fetch(new URL(path, url), {
-    method: 'POST', headers: { 'Content-Type': 'application/json' }, body: JSON.stringify(body ?? {}),
+    method: 'POST', headers: { ...authorization, 'Content-Type': 'application/json' }, body: JSON.stringify(body ?? {}),
   })).json();
   return {
     post,
-    get: async (path) => (await fetch(new URL(path, url))).json(),
+    get: async (path) => (await fetch(new URL(path, url), { headers: authorization })).json(),
   };
 }

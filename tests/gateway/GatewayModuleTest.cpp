@@ -239,11 +239,11 @@ TEST_F(GatewayModule, HeldAnnotationSetAppliesAreReleasedWithAStatus) {
 // it again.
 TEST_F(GatewayModule, AMappingOfMegabytesStreamsWholeAndAgainOnResume) {
     ASSERT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","synthetic":30000})").status, 200);
-    const std::string session = std::to_string(gateway.OpenSession());
-    const std::string observer = R"("args":["session"],"session":)" + session + "}";
+    const std::string session = gateway.OpenSession();
+    const std::string observer = R"("args":["session"],"session":)" + Quoted(session) + "}";
     ASSERT_EQ(gateway.Post("/api/call", R"({"method":"RegisterTreeObserver",)" + observer).status, 200);
     // The stream waits for the events, however slow the build.
-    const auto events = gateway.ReadEvents(std::stoull(session), 3);
+    const auto events = gateway.ReadEvents(session, 3);
     ASSERT_EQ(events.size(), 3u);
     EXPECT_NE(events[0].find(R"("seq":1,)"), std::string::npos);
     EXPECT_NE(events[2].find(R"("seq":3,"interface":"webapi::TreeObserver","method":"OnTreeMappingEnd")"),
@@ -259,7 +259,7 @@ TEST_F(GatewayModule, AMappingOfMegabytesStreamsWholeAndAgainOnResume) {
     ASSERT_FALSE(mapping.HasParseError());
     EXPECT_EQ(mapping["treeMapping"].Size(), 30000u);
 
-    const auto again = gateway.ReadEvents(std::stoull(session), 2, nullptr, "1");
+    const auto again = gateway.ReadEvents(session, 2, nullptr, "1");
     ASSERT_EQ(again.size(), 2u);
     EXPECT_EQ(again[0], events[1]);
     EXPECT_EQ(again[1], events[2]);

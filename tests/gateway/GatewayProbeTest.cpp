@@ -18,11 +18,11 @@ namespace {
 
 using devhost::MessageValue;
 
-devhost::gateway::GatewayOptions ProbeOptions(std::size_t eventBound = 1000) {
+devhost::gateway::GatewayOptions ProbeOptions(std::size_t eventBytes = 1u << 20) {
     devhost::gateway::GatewayOptions options;
     options.actorName = kProbeActor;
     options.servedInterface = kProbeName;
-    options.eventBound = eventBound;
+    options.sessions.eventBytes = eventBytes;
     return options;
 }
 
@@ -97,7 +97,7 @@ TEST_F(GatewayProbe, KeepsTheNullStringApartFromTheEmptyOne) {
 }
 
 TEST_F(GatewayProbe, RefusesArgumentsThatDoNotFitTheSignature) {
-    const std::string session = std::to_string(gateway.OpenSession());
+    const std::string session = Quoted(gateway.OpenSession());
     for (const std::string& body : std::vector<std::string>{
              R"({"method":"Mix","args":[1,2,3]})",               // too few
              R"({"method":"Mix","args":[1.5,2.5,3,true]})",      // l given a fraction
@@ -120,7 +120,7 @@ TEST_F(GatewayProbe, RefusesArgumentsThatDoNotFitTheSignature) {
 
 TEST_F(GatewayProbe, StreamsASessionsCallbacksInArrivalOrder) {
     const auto session = gateway.OpenSession();
-    const std::string call = R"({"method":"Call","args":["session",3],"session":)" + std::to_string(session) + "}";
+    const std::string call = R"({"method":"Call","args":["session",3],"session":)" + Quoted(session) + "}";
     EXPECT_EQ(Call(call), R"({"out":[]})");
     EXPECT_EQ(gateway.Post("/host/settle", "{}").status, 200);
     const auto events = gateway.ReadEvents(session, 4);
@@ -138,8 +138,8 @@ TEST_F(GatewayProbe, TwoSessionsGetOnlyTheirOwnCallbacks) {
     const auto first = gateway.OpenSession();
     const auto second = gateway.OpenSession();
     ASSERT_NE(first, second);
-    Call(R"({"method":"Call","args":["session",1],"session":)" + std::to_string(first) + "}");
-    Call(R"({"method":"Call","args":["session",2],"session":)" + std::to_string(second) + "}");
+    Call(R"({"method":"Call","args":["session",1],"session":)" + Quoted(first) + "}");
+    Call(R"({"method":"Call","args":["session",2],"session":)" + Quoted(second) + "}");
     gateway.Post("/host/settle", "{}");
     const auto firstEvents = gateway.ReadEvents(first, 2);
     const auto secondEvents = gateway.ReadEvents(second, 3);
@@ -152,7 +152,7 @@ TEST_F(GatewayProbe, TwoSessionsGetOnlyTheirOwnCallbacks) {
 
 TEST_F(GatewayProbe, AClosedStreamLosesNothingAndKeepsTheSession) {
     const auto session = gateway.OpenSession();
-    const std::string call = R"({"method":"Call","args":["session",1],"session":)" + std::to_string(session) + "}";
+    const std::string call = R"({"method":"Call","args":["session",1],"session":)" + Quoted(session) + "}";
     Call(call);
     gateway.Post("/host/settle", "{}");
     // Reads one event and hangs up, although the stream had sent two.
@@ -178,27 +178,30 @@ TEST_F(GatewayProbe, AClosedStreamLosesNothingAndKeepsTheSession) {
 
 TEST_F(GatewayProbe, AnEndedSessionDropsItsObjectsAndTheServerGoesOn) {
     const auto session = gateway.OpenSession();
-    const std::string id = std::to_string(session);
+    const std::string id = Quoted(session);
     // The probe keeps calling back an object that has gone: the calls are
     // dropped, and the probe goes on serving.
-    EXPECT_EQ(gateway.Delete("/api/sessions/" + id).status, 200);
-    EXPECT_EQ(gateway.Delete("/api/sessions/" + id).status, 404);
+    EXPECT_EQ(gateway.Delete("/api/sessions/" + session).status, 200);
+    EXPECT_EQ(gateway.Delete("/api/sessions/" + session).status, 404);
     EXPECT_EQ(gateway.Post("/api/call", R"({"method":"Call","args":["session",1],"session":)" + id + "}").status, 404);
     EXPECT_EQ(Call(R"({"method":"Count","args":[]})"), R"({"result":7,"out":[]})");
 }
 
+// Room for three of the probe's callback events, not four.
+constexpr std::size_t kThreeEvents = 400;
+
 TEST(GatewayProbeBound, AReaderPastTheBoundEndsItsSessionAndIsToldWhy) {
     ProbeFactories factories;
     ProbeActor probe;
-    RunningGateway gateway(ProbeOptions(3));
+    RunningGateway gateway(ProbeOptions(kThreeEvents));
     const auto session = gateway.OpenSession();
-    const std::string id = std::to_string(session);
+    const std::string id = Quoted(session);
     gateway.Post("/api/call", R"({"method":"Call","args":["session",5],"session":)" + id + "}");
     gateway.Post("/host/settle", "{}");
     std::string end;
     const auto events = gateway.ReadEvents(session, 10, &end);
     EXPECT_EQ(events.size(), 3u) << "what came before the bound is still delivered";
-    EXPECT_EQ(end, R"({"reason":"overflow: 3 events waited for a reader"})");
+    EXPECT_EQ(end, R"({"reason":"overflow: more than 400 bytes of events waited for a reader"})");
     // Gone (404) once the stream has closed it; ended (410) if asked first.
     const int status = gateway.Post("/api/call", R"({"method":"Count","args":[],"session":)" + id + "}").status;
     EXPECT_TRUE(status == 404 || status == 410) << status;
@@ -227,7 +230,7 @@ TEST_F(GatewayProbe, MalformedRequestsGetAClearFourHundred) {
         {"/api/call", "{\"method\":"},
         {"/api/call", "[1,2]"},
         {"/api/call", "{\"args\":[]}"},
-        {"/api/call", R"({"method":"Count","args":[],"session":"x"})"},
+        {"/api/call", R"({"method":"Count","args":[],"session":99})"},  // ids are strings
         {"/api/raw", R"({"table":70000,"tag":0})"},
         {"/api/raw", R"({"table":0,"tag":0,"values":[{"type":"Q","value":1}]})"},
         {"/api/raw", R"({"table":0,"tag":0,"values":[{"type":"l"}]})"},
@@ -239,7 +242,7 @@ TEST_F(GatewayProbe, MalformedRequestsGetAClearFourHundred) {
         EXPECT_EQ(reply.status, 400) << path << " " << body << " -> " << reply.text;
         EXPECT_TRUE(reply.body.IsObject() && reply.body["message"].IsString()) << reply.text;
     }
-    EXPECT_EQ(gateway.Post("/api/call", R"({"method":"Count","args":[],"session":99})").status, 404);
+    EXPECT_EQ(gateway.Post("/api/call", R"({"method":"Count","args":[],"session":"99"})").status, 404);
     EXPECT_EQ(gateway.Get("/api/events?session=99").status, 404);
     EXPECT_EQ(gateway.Get("/api/events").status, 400);
     EXPECT_EQ(gateway.Get("/host/state?sections=nope").status, 400);

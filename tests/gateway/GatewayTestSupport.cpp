@@ -26,6 +26,7 @@ RunningGateway::RunningGateway(devhost::gateway::GatewayOptions options)
       client_("127.0.0.1", port_) {
     EXPECT_TRUE(gateway_->Ready());
     EXPECT_GT(port_, 0);
+    client_.set_bearer_token_auth(gateway_->Token().c_str());
     server_ = std::thread([this] { gateway_->Serve(); });
 }
 
@@ -44,22 +45,25 @@ RunningGateway::Reply RunningGateway::Delete(const std::string& path) {
     return ToReply(client_.Delete(path.c_str()));
 }
 
-unsigned long long RunningGateway::OpenSession() {
+std::string RunningGateway::OpenSession() {
     Reply reply = Post("/api/sessions", "{}");
     EXPECT_EQ(reply.status, 200) << reply.text;
-    return reply.body.IsObject() && reply.body.HasMember("session") ? reply.body["session"].GetUint64() : 0;
+    return reply.body.IsObject() && reply.body.HasMember("session") && reply.body["session"].IsString()
+               ? reply.body["session"].GetString()
+               : "";
 }
 
-std::vector<std::string> RunningGateway::ReadEvents(unsigned long long session, std::size_t count,
+std::vector<std::string> RunningGateway::ReadEvents(const std::string& session, std::size_t count,
                                                     std::string* end, const std::string& since) {
     std::vector<std::string> events;
     if (count == 0) return events;
     // Each stream is its own connection, so that closing it leaves the
     // client's connection for other requests alone.
     httplib::Client stream("127.0.0.1", port_);
+    stream.set_bearer_token_auth(gateway_->Token().c_str());
     std::string pending;
     const std::string path =
-        "/api/events?session=" + std::to_string(session) + (since.empty() ? "" : "&since=" + since);
+        "/api/events?session=" + session + (since.empty() ? "" : "&since=" + since);
     stream.Get(path.c_str(),
                [&](const char* data, std::size_t length) {
                    pending.append(data, length);

@@ -12,6 +12,9 @@
 
 namespace gtest_gateway {
 
+// A text as a JSON string (for ids and names without escapes).
+inline std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
+
 // A gateway serving on a free port of 127.0.0.1, on a thread of its own,
 // and a client of it.
 class RunningGateway {
@@ -29,14 +32,15 @@ public:
     Reply Delete(const std::string& path);
 
     // Opens a session and gives its id.
-    unsigned long long OpenSession();
+    std::string OpenSession();
     // Reads the session's event stream (resumed after the event numbered
     // since, when given) until count data events (or an end event) have
     // come, then closes the stream. Each data event's text.
-    std::vector<std::string> ReadEvents(unsigned long long session, std::size_t count, std::string* end = nullptr,
+    std::vector<std::string> ReadEvents(const std::string& session, std::size_t count, std::string* end = nullptr,
                                         const std::string& since = "");
 
     int Port() const { return port_; }
+    const std::string& Token() const { return gateway_->Token(); }
 
 private:
     std::unique_ptr<devhost::gateway::Gateway> gateway_;
