@@ -48,6 +48,15 @@ Json Text(const std::string& text, JsonAllocator& allocator) {
     return Json(text.c_str(), static_cast<rapidjson::SizeType>(text.size()), allocator);
 }
 
+// A scene of a world being built is not shown yet; the world's event
+// follows its building.
+bool Shown(const du::SmartPtr<qxk::Scene>& scene) {
+    auto manager = CurrentSceneManager();
+    if (!manager || !scene) return false;
+    WorldGuard guard(WorldMutex());
+    return std::find(manager->scenes.begin(), manager->scenes.end(), scene) != manager->scenes.end();
+}
+
 std::string SceneName(const du::SmartPtr<qxk::Scene>& scene) {
     WorldGuard guard(WorldMutex());
     return scene ? scene->GetSceneState().name.str() : std::string();
@@ -77,6 +86,18 @@ bool Joins(const HostChange& before, const HostChange& change) {
     default:
         return false;
     }
+}
+
+// A scene's shapes changed by its additions alone, which the addition
+// noted before them tells already.
+bool AddedJustBefore(const HostChange& before, const HostChange& change) {
+    if (before.kind != Kind::ShapesAdded || change.kind != Kind::Shapes || before.scene != change.scene ||
+        change.instances.size() > before.instances.size())
+        return false;
+    const auto tail = before.instances.end() - static_cast<std::ptrdiff_t>(change.instances.size());
+    return std::all_of(change.instances.begin(), change.instances.end(), [&](const auto& instance) {
+        return std::find(tail, before.instances.end(), instance) != before.instances.end();
+    });
 }
 
 void Join(HostChange& into, const HostChange& change) {
@@ -126,6 +147,7 @@ struct HostEvents::Inbox {
 
     void Note(const HostChange& change) {
         std::lock_guard<std::mutex> lock(mutex);
+        if (!changes.empty() && AddedJustBefore(changes.back(), change)) return;
         if (!changes.empty() && Joins(changes.back(), change))
             Join(changes.back(), change);
         else
@@ -200,7 +222,7 @@ std::string HostEvents::Write(const HostChange& change, std::uint64_t seq) const
     }
     case Kind::Shapes:
     case Kind::ShapesAdded:
-        if (!change.scene) return "";
+        if (!Shown(change.scene)) return "";
         event.AddMember("scene", Text(SceneName(change.scene), allocator), allocator);
         if (!WriteShapes(change, event, allocator)) return "";
         break;

@@ -14,6 +14,22 @@ export const STATES = {
   9: 'no state',
 };
 
+// A short name of each state, for the legend and the tooltips.
+export const STATE_NAMES = {
+  1: 'Shown, nothing below',
+  2: 'Hidden, nothing below',
+  3: 'Shown, some below',
+  4: 'Hidden, some below',
+  5: 'Shown, all below',
+  6: 'Hidden, all below shown',
+  7: 'Thumbnail',
+  8: 'Partly shown',
+  9: 'No state',
+};
+
+// States in which the node itself shows: its eye hides it.
+export const SHOWN_STATES = new Set([1, 3, 5, 8]);
+
 const parentPath = (idpath) => idpath.slice(0, Math.max(0, idpath.lastIndexOf('/')));
 
 // Leaves, most of a tree, share one empty list of children.
@@ -34,6 +50,16 @@ class TreeNode {
 
   get name() {
     return this.idpath.slice(this.idpath.lastIndexOf('/') + 1);
+  }
+
+  // A proxy whose branch the host has not read yet: it may have children
+  // that no document has named.
+  get unread() {
+    return this.loaded === false && this.children.length === 0;
+  }
+
+  get expandable() {
+    return this.children.length > 0 || this.unread;
   }
 
   adopt(child) {
@@ -153,17 +179,37 @@ export class TreeModel {
   }
 
   // The rows a reader sees: every node whose ancestors are all expanded, in
-  // tree order, each with its depth.
-  visibleRows() {
+  // tree order, each with its depth. With a filter, the nodes it keeps and
+  // their ancestors, opened or not.
+  visibleRows(keep = null) {
     const rows = [];
     const stack = [];
     for (let i = this.roots.length - 1; i >= 0; i--) stack.push([this.roots[i], 0]);
     while (stack.length) {
       const [node, depth] = stack.pop();
+      if (keep && !keep.has(node)) continue;
       rows.push({ node, depth });
-      if (!node.expanded) continue;
+      if (!keep && !node.expanded) continue;
       for (let i = node.children.length - 1; i >= 0; i--) stack.push([node.children[i], depth + 1]);
     }
     return rows;
+  }
+
+  // The nodes whose names hold text (any case), and with them their
+  // ancestors; gives the set and the number of names that matched.
+  filter(text) {
+    const wanted = text.toLowerCase();
+    const keep = new Set();
+    let matches = 0;
+    for (const node of Object.values(this.byId)) {
+      if (!node.name.toLowerCase().includes(wanted)) continue;
+      matches++;
+      for (let up = node; up && !keep.has(up); up = up.parent) keep.add(up);
+    }
+    return { keep, matches };
+  }
+
+  nodes() {
+    return Object.values(this.byId);
   }
 }

@@ -11,13 +11,15 @@ import { chromium } from 'playwright-core';
 export const CHROMIUM_FLAGS = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
   '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
-// Runs webapi-devhost with the given options and a token of its own, and
-// resolves once it serves with { url, token, stop }: url is the page's
-// address as the program printed it, token included.
+// Runs webapi-devhost with the given options and a token of its own, on any
+// free port unless the options name one, and resolves once it serves with
+// { url, token, stop }: url is the page's address as the program printed
+// it, token included.
 export function startHost(program, options = []) {
   const token = randomBytes(16).toString('hex');
   return new Promise((resolve, reject) => {
-    const child = spawn(program, [...options, '--port', '0', '--token', token], { stdio: ['ignore', 'pipe', 'inherit'] });
+    const port = options.includes('--port') ? [] : ['--port', '0'];
+    const child = spawn(program, [...options, ...port, '--token', token], { stdio: ['ignore', 'pipe', 'inherit'] });
     let output = '';
     child.stdout.on('data', (chunk) => {
       output += chunk;
