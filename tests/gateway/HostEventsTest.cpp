@@ -156,6 +156,7 @@ TEST_F(HostEventStream, RefusesWhatItIsNotToServeAndServesOn) {
     for (int i = 0; i < 16; ++i) {
         clients.push_back(std::make_unique<httplib::Client>("127.0.0.1", gateway.Port()));
         httplib::Client* client = clients.back().get();
+        client->set_bearer_token_auth(gateway.Token().c_str());
         readers.emplace_back([client, &opened, &stop] {
             bool counted = false;
             client->Get("/host/events", [&](const char*, std::size_t) {
