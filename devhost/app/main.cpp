@@ -51,11 +51,11 @@ void PrintUsage() {
                  "  Serves the module on http://127.0.0.1:P/ (default 8080, or the next free port), with the\n"
                  "  page at / and the API of devhost/gateway/GATEWAY.md. --session runs a console session of\n"
                  "  lines \"Method argument ...\", \"settle\", \"methods\" or # comments instead. --trace echoes\n"
-                 "  the trace to standard error. --model builds the world from a 3D file (glTF, IFC, COLLADA,\n"
-                 "  FBX, OBJ, STL, ...), with the rest of the world from FILE.world.json if there is one. Every\n"
-                 "  API request carries the token printed with the address (random, or --token TEXT). The control\n"
-                 "  loads world files from the --world-dir folders only (by default the samples folder and the\n"
-                 "  folder of --world).\n";
+                 "  the trace to standard error. Every API request carries the token printed with the address\n"
+                 "  (random, or --token TEXT). The control loads world files from the --world-dir folders only\n"
+                 "  (by default the samples folder and the folder of --world). --model builds the world from a\n"
+                 "  3D file (glTF, IFC, COLLADA, FBX, OBJ, STL, ...), with the rest of the world from\n"
+                 "  FILE.world.json if there is one.\n";
 }
 
 bool ParseOptions(int argc, char** argv, Options& options) {

@@ -2,6 +2,17 @@
 
 import { EventStream } from './eventStream.js';
 
+// A failure of the gateway, with its status and error kind (GATEWAY.md,
+// "Errors"); status 0 when the program could not be reached at all.
+export class GatewayError extends Error {
+  constructor(path, status, kind, message) {
+    super(`${kind}: ${message}`);
+    this.path = path;
+    this.status = status;
+    this.kind = kind;
+  }
+}
+
 // The gateway takes API requests only with the token that it printed in the
 // page's address; the page reads it from there once.
 const token = new URLSearchParams(globalThis.location?.search ?? '').get('token') ?? '';
@@ -15,17 +26,6 @@ export function authorization() {
 // (EventSource, <img>, downloads).
 export function apiUrl(path) {
   return `${path}${path.includes('?') ? '&' : '?'}token=${encodeURIComponent(token)}`;
-}
-
-// A failure of the gateway, with its status and error kind (GATEWAY.md,
-// "Errors"); status 0 when the program could not be reached at all.
-export class GatewayError extends Error {
-  constructor(path, status, kind, message) {
-    super(`${kind}: ${message}`);
-    this.path = path;
-    this.status = status;
-    this.kind = kind;
-  }
 }
 
 // Any request to the gateway; a POST always sends JSON ({} when no body is

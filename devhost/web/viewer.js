@@ -4,13 +4,13 @@
 // the host's selection and labels, flies the camera when the module asks a
 // shape view to fly, and turns a click on a shape into the host's pick.
 
-import * as THREE from 'three';
-import { OrbitControls } from 'three/addons/controls/OrbitControls.js';
 import { request } from './api.js';
 import { CameraFlight } from './viewer3d/cameraFlight.js';
 import { InstancedShapes } from './viewer3d/instancedShapes.js';
 import { LabelLayer } from './viewer3d/labelLayer.js';
+import { OrbitControls } from './viewer3d/orbitControls.js';
 import { fetchSceneGeometry } from './viewer3d/sceneGeometry.js';
+import * as THREE from './viewer3d/three.js';
 
 // basicnav::ShapeViewFlyToData's flag for fitting only what is shown.
 const FIT_VISIBLE_ONLY = 0x04;
@@ -71,7 +71,6 @@ export class Viewer {
     this.camera.add(light);
     this.scene.add(this.camera);
     this.controls = new OrbitControls(this.camera, this.canvas);
-    this.controls.screenSpacePanning = true;
     this.controls.addEventListener('change', () => this.requestFrame());
     this.flight = new CameraFlight(this.camera, this.controls, (done) => {
       this.draw();
@@ -280,19 +279,24 @@ export class Viewer {
   // nothing clears the selection.
   pick(event) {
     if (!this.shapes) return null;
+    const hit = this.hitAt(event.clientX, event.clientY);
+    const body = { action: 'pickShape', scene: this.sceneName, idpath: hit?.idpath ?? null,
+                   add: event.ctrlKey || event.shiftKey || event.metaKey };
+    if (hit) body.point = hit.point;
+    return request('POST', '/host/control', body).catch((error) => console.error(error));
+  }
+
+  // The shape instance drawn at a point of the page, as {idpath, point}
+  // (the point in the world), or null.
+  hitAt(clientX, clientY) {
+    if (!this.shapes) return null;
     const bounds = this.canvas.getBoundingClientRect();
-    const pointer = new THREE.Vector2(((event.clientX - bounds.left) / bounds.width) * 2 - 1,
-                                      -((event.clientY - bounds.top) / bounds.height) * 2 + 1);
+    const pointer = new THREE.Vector2(((clientX - bounds.left) / bounds.width) * 2 - 1,
+                                      -((clientY - bounds.top) / bounds.height) * 2 + 1);
     const raycaster = new THREE.Raycaster();
     raycaster.setFromCamera(pointer, this.camera);
     const hit = this.shapes.pick(raycaster);
-    const body = { action: 'pickShape', scene: this.sceneName, idpath: null,
-                   add: event.ctrlKey || event.shiftKey || event.metaKey };
-    if (hit) {
-      body.idpath = this.shapes.idpaths[hit.index];
-      body.point = hit.point.toArray();
-    }
-    return request('POST', '/host/control', body).catch((error) => console.error(error));
+    return hit && { idpath: this.shapes.idpaths[hit.index], point: hit.point.toArray() };
   }
 
   // Average time of a frame over count frames, each finished by the GPU

@@ -39,11 +39,15 @@ function stopHost(child) {
   });
 }
 
+// WebGL without a GPU: Chromium's software renderer through ANGLE.
+export const WEBGL_FLAGS = ['--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
+
 // A browser with a new, empty profile; close() also removes the profile.
-export async function openBrowser(viewport = { width: 1400, height: 860 }) {
+// extraFlags go to Chromium as well (WEBGL_FLAGS for the 3D view).
+export async function openBrowser(viewport = { width: 1400, height: 860 }, extraFlags = []) {
   const profile = mkdtempSync(join(tmpdir(), 'webapi-chromium-'));
   const context = await chromium.launchPersistentContext(profile, {
-    executablePath: '/usr/bin/chromium', headless: true, args: CHROMIUM_FLAGS, viewport,
+    executablePath: '/usr/bin/chromium', headless: true, args: [...CHROMIUM_FLAGS, ...extraFlags], viewport,
   });
   const page = context.pages()[0] ?? await context.newPage();
   return {

@@ -2,7 +2,7 @@
 // the camera back along its present direction until the box's bounding
 // sphere fills the view. Flights last FLIGHT_MS, well under a second.
 
-import * as THREE from 'three';
+import * as THREE from './three.js';
 
 export const FLIGHT_MS = 450;
 

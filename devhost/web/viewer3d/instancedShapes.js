@@ -4,7 +4,7 @@
 // colours are per instance: the shape's own, a painted one, or the
 // selection's.
 
-import * as THREE from 'three';
+import * as THREE from './three.js';
 
 const SELECTED = new THREE.Color('#ff7a00');
 const NOTHING = new THREE.Matrix4().makeScale(0, 0, 0);

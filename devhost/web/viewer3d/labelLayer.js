@@ -2,7 +2,7 @@
 // the canvas, moved to the projection of its point after every frame, and
 // hidden while the point is behind the camera.
 
-import * as THREE from 'three';
+import * as THREE from './three.js';
 
 export class LabelLayer {
   constructor(container) {
