@@ -208,20 +208,45 @@ async function activateView(name, notice = notices.toolbar) {
   }
 }
 
-// Says that a call switched the view, with a way back.
+// Says that a call switched the view, with a way back: to the view, or,
+// when the host took it away with its scene, to a world that has it.
+let viewSwitch = null;
+
 function noteViewSwitch(what, from, to) {
+  viewSwitch = { what, from, to };
+  drawViewSwitch();
+}
+
+// Drawn again when the host's views are read again: the host tells that
+// views went before the page knows which.
+function drawViewSwitch() {
   const note = $('#views-note');
-  note.textContent = `${what} switched the view from ${from ?? 'none'} to ${to ?? 'none'}. `;
-  if (from) {
-    const back = document.createElement('button');
-    back.type = 'button';
-    back.textContent = `Back to ${from}`;
-    back.addEventListener('click', async () => {
-      await activateView(from);
-      note.textContent = '';
-    });
-    note.append(back);
-  }
+  if (!viewSwitch) return;
+  const { what, from, to } = viewSwitch;
+  const kept = host.views.some((view) => view.name === from);
+  note.textContent = `${what} switched the view from ${from ?? 'none'} to ${to ?? 'none'}`
+    + `${from && !kept ? `, and the host removed ${from} with its scene` : ''}. `;
+  if (!from) return;
+  const back = document.createElement('button');
+  back.type = 'button';
+  back.textContent = kept ? `Back to ${from}` : 'Load the sample world again';
+  back.addEventListener('click', async () => {
+    if (kept) {
+      await activateView(from, notices.sets);
+    } else {
+      notices.sets.busy('Loading the sample world…');
+      try {
+        await request('POST', '/host/control', { action: 'loadWorld', path: '' });
+        notices.sets.done('The sample world is loaded again');
+      } catch (error) {
+        notices.sets.failed(`Loading the sample world failed: ${error.message}`);
+        return;
+      }
+    }
+    viewSwitch = null;
+    note.textContent = '';
+  });
+  note.append(back);
 }
 
 // ---- callbacks ----------------------------------------------------------------
@@ -502,6 +527,7 @@ function followHost() {
   };
   host.addEventListener('resync', () => {
     redraw();
+    drawViewSwitch();
     hostPanel.readTraces();
   });
   host.addEventListener('change', ({ detail: event }) => {

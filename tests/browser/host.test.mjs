@@ -48,17 +48,21 @@ try {
   await api.post('/host/control', { action: 'activateView', view: 'Main' });
   await page.waitForFunction(() => document.querySelector('#views').value === 'Main', null, { timeout: 1000 });
 
-  // A set that replaces the view says so, and offers the way back.
+  // A set that replaces the view says so, and offers the way back: its
+  // scene took the model's away, so back is the world that has it.
   await panel('Annotation sets').locator('summary').click();
   await page.getByRole('button', { name: 'List', exact: true }).last().click();
   await page.getByRole('button', { name: 'Load Service steps' }).click();
-  const back = page.getByRole('button', { name: 'Back to Main' });
+  const back = page.getByRole('button', { name: 'Load the sample world again' });
   await back.waitFor();
-  assert.match(await page.getByRole('status').filter({ hasText: 'switched the view' }).textContent(), /from Main to /);
+  assert.match(await page.getByRole('status').filter({ hasText: 'switched the view' }).textContent(),
+    /from Main to Service steps, and the host removed Main with its scene/);
   await page.screenshot({ path: join(artefacts, 'host-view-switched.png') });
   await back.click();
   await page.waitForFunction(() => document.querySelector('#views').value === 'Main');
   assert.equal((await api.get('/host/state?sections=activeView')).activeView, 'Main');
+  await page.getByRole('button', { name: 'List', exact: true }).last().click();
+  await page.getByRole('button', { name: 'Load Inspection marks' }).waitFor();
 
   // ---- a set that fails to apply raises an alert in its panel ----
   await page.getByRole('button', { name: 'Load Inspection marks' }).click();
