@@ -278,7 +278,10 @@ function onEvent(arrived, event) {
           document.body.dataset.treeReady = String(model.size);
         });
       }
-      if (parsed?.clearTree) showLoading(true);
+      if (parsed?.clearTree) {
+        showLoading(true);
+        readTreeAgain();
+      }
       break;
     }
     case 'OnTreeMappingEnd':
@@ -576,6 +579,57 @@ function traceSoon() {
   }, 200);
 }
 
+// ---- the session ----------------------------------------------------------------
+
+async function registerTree() {
+  const registered = await commands.call(notices.toolbar, 'RegisterTreeObserver', ['session'],
+    { label: 'Registering the tree observer', effects: null });
+  if (registered) notices.toolbar.done(`Session ${session.id}`);
+  return registered;
+}
+
+// A session that a program started anew does not know ends; once the
+// program answers again the page opens a new one and reads the tree again.
+let renewing = null;
+function sessionEnded(reason) {
+  if (renewing) return;
+  if (!/unknown-session|session-ended|^404|^410/.test(reason)) {
+    banner.show('session', `The page's session ended (${reason}). Reload the page for a new one.`, 'Reload the page', () => location.reload());
+    return;
+  }
+  renewing = (async () => {
+    while (!host.connected) await new Promise((resolve) => host.addEventListener('connection', resolve, { once: true }));
+    try {
+      session = await Session.open(onEvent, sessionEnded);
+      commands.session = session;
+      page.session = session.id;
+      model.clear();
+      page.treeLoaded = false;
+      page.mappingBegun = false;
+      treeView.refresh();
+      showLoading(true);
+      if (await registerTree()) notices.toolbar.done('Connected again to a program started anew: a new session reads its tree');
+    } catch (error) {
+      banner.show('session', `A new session could not be opened (${error.message}). Reload the page.`, 'Reload the page', () => location.reload());
+    } finally {
+      renewing = null;
+    }
+  })();
+}
+
+// The host's tree was cleared (its world replaced): the module tells of the
+// new world's states but not of its nodes, so the page asks for the tree
+// again, as a new observer would.
+let treeAgain = null;
+function readTreeAgain() {
+  clearTimeout(treeAgain);
+  treeAgain = setTimeout(async () => {
+    if (!commands || renewing) return;
+    await commands.call(notices.tree, 'UnRegisterTreeObserver', ['session'], { label: 'Reading the new tree', effects: null, done: () => '' });
+    await registerTree();
+  }, 200);
+}
+
 // ---- start --------------------------------------------------------------------
 
 async function start() {
@@ -591,9 +645,7 @@ async function start() {
     throw error;
   }
   hostPanel = new HostPanel(host, { progress: $('#progress'), workflow: $('#workflow'), traces: $('#traces') });
-  session = await Session.open(onEvent, (reason) => {
-    banner.show('session', `The page's session ended (${reason}). Reload the page for a new one.`, 'Reload the page', () => location.reload());
-  });
+  session = await Session.open(onEvent, sessionEnded);
   commands = new Commands({ session, host, banner, afterCall: traceSoon });
   followHost();
   try {
@@ -603,8 +655,7 @@ async function start() {
   }
   page.session = session.id;
   page.registeredAt = performance.now();
-  const registered = await commands.call(notices.toolbar, 'RegisterTreeObserver', ['session'], { label: 'Registering the tree observer', effects: null });
-  if (registered) notices.toolbar.done(`Session ${session.id}`);
+  await registerTree();
   await request('POST', '/host/settle', {});
   // A world without a tree sends no mapping at all.
   await new Promise((resolve) => setTimeout(resolve, page.mappingBegun ? 0 : 1500));

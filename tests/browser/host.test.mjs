@@ -88,6 +88,9 @@ try {
     scenes: [{ name: 'Model', shapes: ['car'], views: [{ name: 'v', kind: 'shape', viewerProgress: 'manual' }] }],
     activeView: 'v' } });
   await page.waitForFunction(() => document.querySelector('#views').value === 'v');
+  // The new world's tree replaces the old one.
+  await page.getByRole('treeitem', { name: 'car', exact: true }).waitFor();
+  assert.equal(await page.getByRole('treeitem', { name: 'drone', exact: true }).count(), 0);
   await panel('Load and unload instances').locator('summary').click();
   await page.getByRole('textbox', { name: 'Idpath list, or update words' }).fill('["car/body"]');
   await page.getByRole('button', { name: 'Load', exact: true }).click();
@@ -112,6 +115,10 @@ try {
   // The new program has the sample world: the page shows its views again.
   await page.waitForFunction(() => document.querySelector('#views').value === 'Main', null, { timeout: 5000 });
   await page.getByRole('status').filter({ hasText: 'Connected again' }).waitFor();
+  // A new session reads the new program's tree.
+  await page.getByRole('treeitem', { name: 'drone', exact: true }).waitFor({ timeout: 5000 });
+  assert.equal(await page.getByRole('treeitem', { name: 'car', exact: true }).count(), 0);
+  assert.equal(await page.locator('#banner').isHidden(), true, 'no banner once back');
   await page.screenshot({ path: join(artefacts, 'host-back.png') });
   assert.deepEqual(errors, [], 'the page raises no error');
 } finally {
