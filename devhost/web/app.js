@@ -10,7 +10,7 @@ import { hexColor, parseDocument, parseTreeDocument, parseViewable } from './doc
 import { HostPanel } from './hostPanel.js';
 import { HostState } from './hostState.js';
 import { Banner, Notices } from './notices.js';
-import { STATE_NAMES, STATES, SHOWN_STATES, TreeModel } from './treeModel.js';
+import { STATE_NAMES, STATES, HIDING_STATES, TreeModel } from './treeModel.js';
 import { TreeMenu } from './treeMenu.js';
 import { ICONS, TreeView } from './treeView.js';
 import { Viewer } from './viewer.js';
@@ -61,7 +61,7 @@ const treeView = new TreeView($('#tree'), model, {
 });
 
 async function toggleVisibility(node, others) {
-  const hide = SHOWN_STATES.has(node.state);
+  const hide = HIDING_STATES.has(node.state);
   const label = `${hide ? 'Hiding' : 'Showing'} ${node.name}`;
   const before = await traceMark();
   await commands.call(notices.tree, 'SelectTreeNodes', [JSON.stringify({
@@ -109,7 +109,7 @@ function showTreeSelection() {
 
 function openMenu(node, x, y) {
   const targets = treeView.selected.has(node) ? selectedNodes() : [node];
-  const hide = SHOWN_STATES.has(node.state);
+  const hide = HIDING_STATES.has(node.state);
   menu.open([
     { label: hide ? 'Hide' : 'Show', run: () => toggleVisibility(node, targets.filter((other) => other !== node)) },
     { label: 'Paint', run: () => paint(targets) },

@@ -27,8 +27,9 @@ export const STATE_NAMES = {
   9: 'No state',
 };
 
-// States in which the node itself shows: its eye hides it.
-export const SHOWN_STATES = new Set([1, 3, 5, 8]);
+// States whose click the module answers by hiding the branch; it shows
+// (loads) the branch for the other states but 9, for which it does neither.
+export const HIDING_STATES = new Set([1, 5, 6]);
 
 const parentPath = (idpath) => idpath.slice(0, Math.max(0, idpath.lastIndexOf('/')));
 

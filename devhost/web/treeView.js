@@ -7,7 +7,7 @@
 // argument of Paint and Read colour) and the viewer's (the host's scene
 // selection), marked apart.
 
-import { SHOWN_STATES, STATE_NAMES, STATES } from './treeModel.js';
+import { HIDING_STATES, STATE_NAMES, STATES } from './treeModel.js';
 
 const ROW = 24;
 const TYPE_AHEAD_MS = 700;
@@ -133,7 +133,7 @@ export class TreeView {
       const twisty = expandable
         ? `<button class="twisty" tabindex="-1" aria-label="${open ? 'Collapse' : 'Expand'} ${name}">${open ? '▾' : '▸'}</button>`
         : '<span class="twisty"></span>';
-      const eye = `<button class="vis" tabindex="-1" aria-label="${SHOWN_STATES.has(state) ? 'Hide' : 'Show'} ${name}" title="${escapeHtml(stateTitle(state))}" data-state="${state}">`
+      const eye = `<button class="vis" tabindex="-1" aria-label="${HIDING_STATES.has(state) ? 'Hide' : 'Show'} ${name}" title="${escapeHtml(stateTitle(state))}" data-state="${state}">`
         + `<svg viewBox="0 0 18 18" aria-hidden="true">${ICONS[state]}</svg></button>`;
       html.push(`<div class="${classes.join(' ')}" ${attributes} data-row="${i}" style="top:${i * ROW}px;padding-left:${depth * 16 + 2}px">`
         + twisty + eye
