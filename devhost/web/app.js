@@ -56,13 +56,19 @@ const treeView = new TreeView($('#tree'), model, {
       { label: ask.length === 1 ? `Reading ${ask[0].name}` : `Reading ${ask.length} branches`, effects: null,
         done: () => '' });
   },
+  onReadProxy: async (node) => {
+    await toggleVisibility(node, [], `Reading ${node.name}`);
+    // A branch that stayed unread stays closed.
+    if (node.unread) node.expanded = false;
+    treeView.refresh();
+  },
   onSelect: () => showTreeSelection(),
   onMenu: (node, x, y) => openMenu(node, x, y),
 });
 
-async function toggleVisibility(node, others) {
+async function toggleVisibility(node, others, label = null) {
   const hide = HIDING_STATES.has(node.state);
-  const label = `${hide ? 'Hiding' : 'Showing'} ${node.name}`;
+  label ??= `${hide ? 'Hiding' : 'Showing'} ${node.name}`;
   const before = await traceMark();
   await commands.call(notices.tree, 'SelectTreeNodes', [JSON.stringify({
     primaryNode: node.id, selectedNodes: others.map((other) => other.id),
@@ -73,7 +79,10 @@ async function toggleVisibility(node, others) {
     // in the trace.
     check: async () => {
       const failed = await traceLines(before, (text) => text.includes(' is a proxy that failed to expand.'));
-      return failed.length ? `${node.name} could not be shown: the host failed to read its branch (${failed[0].trim()})` : null;
+      if (node.proxy) markProxies(await host.readProxies().catch(() => host.proxies));
+      if (failed.length) return `${node.name} could not be shown: the host failed to read its branch (${failed[0].trim()})`;
+      if (node.proxy === 'failed') return `${node.name} could not be read: the host failed to read its branch.`;
+      return null;
     },
   });
 }
@@ -138,6 +147,11 @@ async function selectInViewer(node, quiet = false) {
 
 async function zoomTo(node) {
   if (await selectInViewer(node, true)) await commands.call(notices.tree, 'ZoomToSelected', [0], { label: `Zoom to ${node.name}` });
+}
+
+function markProxies(proxies) {
+  model.markProxies(proxies);
+  treeView.refresh();
 }
 
 // ---- the viewer's selection ---------------------------------------------------
@@ -286,6 +300,7 @@ function onEvent(arrived, event) {
     }
     case 'OnTreeMappingEnd':
       if (model.size) showLoading(false);
+      if (host) markProxies(host.proxies);
       showHostSelection();
       break;
     // The request id is the only argument of the start and the end.
@@ -530,6 +545,7 @@ function followHost() {
   };
   host.addEventListener('resync', () => {
     redraw();
+    markProxies(host.proxies);
     drawViewSwitch();
     hostPanel.readTraces();
   });

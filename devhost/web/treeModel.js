@@ -47,16 +47,17 @@ class TreeNode {
     this.parent = null;
     this.expanded = false;
     this.asked = false;
+    this.proxy = null;
   }
 
   get name() {
     return this.idpath.slice(this.idpath.lastIndexOf('/') + 1);
   }
 
-  // A proxy whose branch the host has not read yet: it may have children
-  // that no document has named.
+  // A proxy whose branch the host has not read yet (its "proxy" is how it
+  // stands, from the host): it may have children that no document named.
   get unread() {
-    return this.loaded === false && this.children.length === 0;
+    return Boolean(this.proxy) && this.children.length === 0;
   }
 
   get expandable() {
@@ -212,5 +213,15 @@ export class TreeModel {
 
   nodes() {
     return Object.values(this.byId);
+  }
+
+  // Marks the unread proxies: [{idpath, state}] as the host lists them.
+  markProxies(proxies) {
+    for (const node of Object.values(this.byId)) node.proxy = null;
+    const index = this.pathIndex();
+    for (const { idpath, state } of proxies) {
+      const node = index.get(idpath);
+      if (node) node.proxy = state;
+    }
   }
 }

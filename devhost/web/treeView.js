@@ -138,7 +138,7 @@ export class TreeView {
       html.push(`<div class="${classes.join(' ')}" ${attributes} data-row="${i}" style="top:${i * ROW}px;padding-left:${depth * 16 + 2}px">`
         + twisty + eye
         + `<span class="name">${this.highlight(node.name)}</span>`
-        + (node.unread ? '<span class="note" title="A branch the host has not read yet">not read</span>' : '')
+        + (node.unread ? `<span class="note" title="${node.proxy === 'failed' ? 'The host failed to read this branch' : 'A branch the host has not read yet'}">${node.proxy === 'failed' ? 'could not be read' : 'not read'}</span>` : '')
         + (node.children.length ? `<span class="type" aria-hidden="true">${node.children.length}</span>` : '')
         + (inViewer ? '<span class="viewer-mark" title="Selected in the viewer" aria-hidden="true">◆</span>' : '')
         + '</div>');
@@ -197,7 +197,9 @@ export class TreeView {
   toggle(node, open = !node.expanded) {
     if (!node.expandable || node.expanded === open) return;
     node.expanded = open;
-    if (open) this.callbacks.onExpand([node]);
+    // An unread branch opens by being read, as showing it reads it.
+    if (open && node.unread) this.callbacks.onReadProxy(node);
+    else if (open) this.callbacks.onExpand([node]);
     this.layout();
     this.draw();
   }
