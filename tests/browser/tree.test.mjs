@@ -98,6 +98,13 @@ try {
   await page.keyboard.press('Enter');
   await page.getByRole('status').filter({ hasText: 'arm_1:' }).waitFor();
   assert.equal(await menu.isHidden(), true, 'the menu closes after its action');
+  // "Select in viewer" makes the row the viewer's selection, as a pick would.
+  await item('arm_1').click({ button: 'right' });
+  await menu.getByRole('menuitem', { name: 'Select in viewer' }).click();
+  await page.waitForFunction(() => document.querySelector('[role=treeitem][aria-label="arm_1"]')
+    ?.getAttribute('aria-description') === 'selected in the viewer');
+  const selection = (await api.get('/host/state?sections=scenes')).scenes.find((scene) => scene.name === 'Model').selection;
+  assert.ok(JSON.stringify(selection).includes('drone/frame/arm_1'), 'the host selection names arm_1');
   // Shift+F10 opens it from the keyboard; Escape gives focus back to the tree.
   await tree.focus();
   await page.keyboard.press('Shift+F10');
