@@ -4,7 +4,8 @@
 
 import { cssColor, parseDocument } from './documents.js';
 
-const COLOR_TEXT = /^0x[0-9a-fA-F]{8}$/;
+// The module writes 0xRRGGBBAA without the leading zeros of the number.
+const COLOR_TEXT = /^0x[0-9a-fA-F]{1,8}$/;
 
 // A swatch and the colour's text, for a text such as "0xRRGGBBAA".
 export function colorSwatch(text) {
