@@ -41,7 +41,7 @@ void FlushChanges(qxk::Observable& observable) {
         for (const auto& l : state.listeners) listeners.push_back(l.second);
     }
     for (const auto& listener : listeners) listener(changed);
-    if (auto* scene = dynamic_cast<qxk::Scene*>(&observable))
+    if (auto* scene = HostChangesObserved() ? dynamic_cast<qxk::Scene*>(&observable) : nullptr)
         NoteHostChange({HostChange::Kind::Shapes, CountedIfAlive(scene), nullptr, nullptr, std::move(changed)});
 }
 
@@ -84,7 +84,8 @@ bool SetShapeVisible(qxk::ShapeScene& scene, const du::SmartPtr<qxk::Instance>& 
             shape->visible = visible;
         } else {
             shapes.Add(instance.get(), new ShapeInstanceImpl(instance, &scene, visible));
-            NoteHostChange({HostChange::Kind::ShapesAdded, CountedIfAlive(&scene), nullptr, nullptr, {instance}});
+            if (HostChangesObserved())
+                NoteHostChange({HostChange::Kind::ShapesAdded, CountedIfAlive(&scene), nullptr, nullptr, {instance}});
         }
         NoteChange(scene, instance);
     }
@@ -185,8 +186,9 @@ du::SmartPtr<ShapeInstance> ShapeScene::AddShapeInstance(const du::SmartPtr<Inst
             new devhost::ShapeInstanceImpl(instance, this, mode != AM_Hidden));
         state.shapes.Add(instance.get(), made);
         devhost::NoteChange(*this, instance);
-        devhost::NoteHostChange(
-            {devhost::HostChange::Kind::ShapesAdded, devhost::CountedIfAlive(this), nullptr, nullptr, {instance}});
+        if (devhost::HostChangesObserved())
+            devhost::NoteHostChange(
+                {devhost::HostChange::Kind::ShapesAdded, devhost::CountedIfAlive(this), nullptr, nullptr, {instance}});
         result = made;
     }
     devhost::FlushChanges(*this);
@@ -236,7 +238,7 @@ void ShapeInstance::SetColor(const dg::Color& color, bool temporary, bool redraw
     self.color = color;
     self.painted = true;
     self.colorCalls.push_back({color, temporary, redraw});
-    if (self.scene)
+    if (self.scene && devhost::HostChangesObserved())
         devhost::NoteHostChange({devhost::HostChange::Kind::Shapes, devhost::CountedIfAlive<Scene>(self.scene), nullptr,
                                  nullptr, {self.instance}});
 }
