@@ -3,7 +3,7 @@
 # built-in sample world, on 127.0.0.1:8080 (or the next free port). It prints
 # the page's address with its token, http://127.0.0.1:PORT/?token=TOKEN, on a
 # line of its own: open that. Options pass on to webapi-devhost (--world FILE,
-# --synthetic N, --port P, --token TEXT, --session FILE, ...).
+# --model FILE, --synthetic N, --port P, --token TEXT, --session FILE, ...).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh

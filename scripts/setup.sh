@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Installs what the build, the program and its tests need when any is
-# missing: Debian packages, and playwright-core from npm for the browser
-# tests. Safe to run again.
+# missing: Debian packages (assimp-testmodels holds the 3D files the tests
+# read), playwright-core from npm for the browser tests and three.js for the
+# page. Safe to run again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 packages=(cmake ninja-build g++ clang-14 libclang-rt-14-dev pkg-config libgtest-dev libgmock-dev libbenchmark-dev rapidjson-dev
-          libcpp-httplib-dev chromium nodejs)
+          libcpp-httplib-dev chromium nodejs libassimp-dev assimp-testmodels)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
@@ -20,4 +21,8 @@ if [ ${#missing[@]} -gt 0 ]; then
 fi
 if [ ! -d tests/browser/node_modules/playwright-core ]; then
   npm ci --prefix tests/browser --no-audit --no-fund --loglevel=error
+fi
+# three.js for the viewer pane, served by the program from devhost/web.
+if [ ! -f devhost/web/node_modules/three/build/three.module.js ]; then
+  npm ci --prefix devhost/web --no-audit --no-fund --loglevel=error
 fi

@@ -19,6 +19,7 @@
 #include "devhost/content/ContentWorldFile.h"
 #include "devhost/gateway/Gateway.h"
 #include "devhost/gateway/HostControl.h"
+#include "devhost/model/ModelFile.h"
 #include "devhost/gateway/WorldFolders.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/samples/SampleWorlds.h"
@@ -32,6 +33,7 @@ namespace {
 
 struct Options {
     std::string worldFile;          // "" for the built-in sample world
+    std::string modelFile;          // a 3D file to build the world from; "" for none
     std::size_t synthetic = 0;      // instances of a synthetic world; 0: none
     std::string session;            // "" for the gateway; "-" for standard input
     std::string plugin = WEBAPI_PLUGIN_PATH;
@@ -44,14 +46,16 @@ struct Options {
 };
 
 void PrintUsage() {
-    std::cout << "usage: webapi-devhost [--world FILE | --synthetic N] [--plugin PATH] [--port P] [--session FILE|-]\n"
+    std::cout << "usage: webapi-devhost [--world FILE | --model FILE | --synthetic N] [--plugin PATH] [--port P] [--session FILE|-]\n"
                  "                      [--web DIR] [--token TEXT] [--max-body BYTES] [--world-dir DIR ...] [--trace]\n"
                  "  Serves the module on http://127.0.0.1:P/ (default 8080, or the next free port), with the\n"
                  "  page at / and the API of devhost/gateway/GATEWAY.md. --session runs a console session of\n"
                  "  lines \"Method argument ...\", \"settle\", \"methods\" or # comments instead. --trace echoes\n"
                  "  the trace to standard error. Every API request carries the token printed with the address\n"
                  "  (random, or --token TEXT). The control loads world files from the --world-dir folders only\n"
-                 "  (by default the samples folder and the folder of --world).\n";
+                 "  (by default the samples folder and the folder of --world). --model builds the world from a\n"
+                 "  3D file (glTF, IFC, COLLADA, FBX, OBJ, STL, ...), with the rest of the world from\n"
+                 "  FILE.world.json if there is one.\n";
 }
 
 bool ParseOptions(int argc, char** argv, Options& options) {
@@ -66,6 +70,8 @@ bool ParseOptions(int argc, char** argv, Options& options) {
         try {
             if (arg == "--world" && next()) {
                 options.worldFile = value;
+            } else if (arg == "--model" && next()) {
+                options.modelFile = value;
             } else if (arg == "--synthetic" && next()) {
                 options.synthetic = std::stoul(value);
             } else if (arg == "--session" && next()) {
@@ -93,7 +99,8 @@ bool ParseOptions(int argc, char** argv, Options& options) {
             return false;
         }
     }
-    return options.worldFile.empty() || options.synthetic == 0;
+    const int worlds = !options.worldFile.empty() + (options.synthetic > 0) + !options.modelFile.empty();
+    return worlds <= 1;
 }
 
 // A token given with --token may hold any character; in the address it is
@@ -179,8 +186,13 @@ int main(int argc, char** argv) {
     }
     devhost::TraceLog::SetEcho(options.trace);
 
+    // A 3D file that gives no world ends the program with status 2, the
+    // status of a command line it cannot use.
+    const bool fromModel = !options.modelFile.empty();
     try {
-        if (options.synthetic > 0)
+        if (fromModel)
+            devhost::model::LoadModelFile(options.modelFile);
+        else if (options.synthetic > 0)
             devhost::gateway::LoadSyntheticWorld(options.synthetic);
         else if (options.worldFile.empty())
             devhost::LoadDefaultSampleWorld();
@@ -188,7 +200,7 @@ int main(int argc, char** argv) {
             devhost::LoadContentWorldFile(options.worldFile);
     } catch (const std::exception& failure) {
         std::cerr << "webapi-devhost: " << failure.what() << '\n';
-        return 1;
+        return fromModel ? 2 : 1;
     }
     DescribeWorld();
 

@@ -3,12 +3,18 @@
 #include <utility>
 
 #include "devhost/platform/Faults.h"
+#include "devhost/world/HostChanges.h"
 
 namespace devhost {
 
 void ModuleCallLog::Add(ModuleCall call) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    calls_.push_back(std::move(call));
+    int index;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        calls_.push_back(std::move(call));
+        index = static_cast<int>(calls_.size() - 1);
+    }
+    NoteHostChange({HostChange::Kind::ModuleCall, nullptr, nullptr, nullptr, {}, {}, index});
 }
 
 std::vector<ModuleCall> ModuleCallLog::Calls() const {

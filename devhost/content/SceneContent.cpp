@@ -3,6 +3,8 @@
 #include <map>
 
 #include "devhost/content/WorldContent.h"
+#include "devhost/platform/CountedIfAlive.h"
+#include "devhost/world/HostChanges.h"
 #include "devhost/world/SceneModel.h"
 #include "devhost/world/WorldControl.h"
 #include "devhost/world/WorldLock.h"
@@ -58,6 +60,7 @@ bool SetSceneSelection(const std::string& sceneName, unsigned int selectionSet,
 void AttachLabel(const qxk::Scene& scene, const du::SmartPtr<qxannotations::Label>& label) {
     WorldGuard guard(WorldMutex());
     ExtrasOf(scene).labels.push_back(label);
+    NoteHostChange({HostChange::Kind::Labels, CountedIfAlive(const_cast<qxk::Scene*>(&scene))});
 }
 
 std::vector<du::SmartPtr<qxannotations::Label>> LabelsOf(const qxk::Scene& scene) {

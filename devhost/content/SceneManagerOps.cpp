@@ -55,7 +55,9 @@ void Illustration3dScene::RestoreFigureVisibility() {
     GetAllInstances(instances);
     for (const auto& instance : instances) {
         du::SmartPtr<ShapeInstance> shapeInstance;
-        if (GetShapeInstance(instance, shapeInstance) && shapeInstance) shapeInstance->SetVisibility(true, false);
+        if (!GetShapeInstance(instance, shapeInstance) || !shapeInstance) continue;
+        shapeInstance->SetVisibility(true, false);
+        devhost::RestoreOwnColor(*shapeInstance);
     }
     if (auto content = devhost::CurrentContent()) content->CountRestoredFigureVisibility();
 }

@@ -1,7 +1,9 @@
 #include "devhost/content/Selection.h"
 
 #include "devhost/platform/ActorTasks.h"
+#include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
+#include "devhost/world/HostChanges.h"
 
 namespace devhost {
 
@@ -115,6 +117,9 @@ void SelectionManager::Notify(unsigned int selectionSet) const {
         for (const auto& registration : observers_)
             if (registration.selectionSet == selectionSet) targets.push_back(registration.observer);
     }
+    if (selectionSet == 0)
+        NoteHostChange({HostChange::Kind::Selection, nullptr, nullptr,
+                        CountedIfAlive(const_cast<du::RefCounted*>(static_cast<const du::RefCounted*>(this)))});
     // Called outside the lock: an observer may read the selection back.
     for (const auto& observer : targets)
         NotifyObserver(*observer, [observer, selectionSet, count] { observer->OnSelectionChanged(selectionSet, count); });

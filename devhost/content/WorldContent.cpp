@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "devhost/content/ContentWorldFile.h"
+#include "devhost/world/HostChanges.h"
 #include "devhost/world/HostWorker.h"
 #include "devhost/world/WorldLock.h"
 #include "devhost/world/WorldModel.h"
@@ -128,14 +129,22 @@ void WorldContent::SetApplyFails(const du::Symbol& name) {
 }
 
 std::size_t WorldContent::RecordApplied(AppliedSet applied) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    applied_.push_back(std::move(applied));
-    return applied_.size() - 1;
+    std::size_t index;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        applied_.push_back(std::move(applied));
+        index = applied_.size() - 1;
+    }
+    NoteHostChange({HostChange::Kind::AppliedSet, nullptr, nullptr, nullptr, {}, {}, static_cast<int>(index)});
+    return index;
 }
 
 void WorldContent::SetAppliedStatus(std::size_t index, int status) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (index < applied_.size()) applied_[index].status = status;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (index < applied_.size()) applied_[index].status = status;
+    }
+    NoteHostChange({HostChange::Kind::AppliedSet, nullptr, nullptr, nullptr, {}, {}, static_cast<int>(index)});
 }
 
 std::vector<WorldContent::AppliedSet> WorldContent::AppliedSets() const {

@@ -1,6 +1,7 @@
 #include "devhost/gateway/Gateway.h"
 
 #include "devhost/gateway/GatewayContext.h"
+#include "devhost/gateway/GeometryRoutes.h"
 #include "devhost/gateway/JsonReply.h"
 #include "devhost/gateway/RandomText.h"
 #include "devhost/gateway/RequestGuard.h"
@@ -150,6 +151,8 @@ Gateway::Gateway(GatewayOptions options) : impl_(std::make_unique<Impl>(options)
     });
     AddApiRoutes(server, context);
     AddHostRoutes(server, context);
+    AddHostEventRoutes(server, context);
+    AddGeometryRoutes(server);
     if (!options.webRoot.empty()) server.set_mount_point("/", options.webRoot);
 }
 

@@ -35,5 +35,6 @@ struct GatewayContext {
 
 void AddApiRoutes(httplib::Server& server, GatewayContext& context);
 void AddHostRoutes(httplib::Server& server, GatewayContext& context);
+void AddHostEventRoutes(httplib::Server& server, GatewayContext& context);
 
 }  // namespace devhost::gateway

@@ -1,6 +1,7 @@
 #include "devhost/gateway/HostControl.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <map>
 
 #include <rapidjson/stringbuffer.h>
@@ -13,7 +14,10 @@
 #include "devhost/platform/Faults.h"
 #include "devhost/samples/LargeWorld.h"
 #include "devhost/samples/SampleWorlds.h"
+#include "devhost/world/SceneModel.h"
+#include "devhost/world/ShapeGeometry.h"
 #include "devhost/world/WorldControl.h"
+#include "devhost/world/WorldLock.h"
 #include "devhost/world/WorldFile.h"
 
 namespace devhost::gateway {
@@ -283,6 +287,75 @@ bool DisarmFaults(const Json& request, Json&, JsonAllocator&, std::string& error
     return true;
 }
 
+// What a viewer's pick selects: the picked instance by idpath, and the
+// point of the pick as text, "x y z".
+SelectionItemDesc PickedItem(const std::string& idPath, const std::string& point) {
+    SelectionItemDesc item;
+    item.contentType = du::Symbol("objectselectionitem");
+    item.fields = {{du::Symbol("instance"), idPath}, {du::Symbol("sbomIdPath"), idPath}, {du::Symbol("pick_point"), point}};
+    return item;
+}
+
+// The point a pick gives when the request names none: the middle of the
+// instance's shape in the world.
+std::string MiddleOf(const InstanceNode& node) {
+    auto world = CurrentWorld();
+    auto geometry = world ? du::DynamicCast<WorldGeometry>(world->GetExtension("geometry")) : nullptr;
+    const Placement* placed = geometry ? geometry->Find(node.uid) : nullptr;
+    float middle[3] = {0, 0, 0};
+    if (placed && !placed->shape->box.Empty()) {
+        const Box& box = placed->shape->box;
+        const Transform& m = placed->transform;
+        const float x = (box.min[0] + box.max[0]) / 2, y = (box.min[1] + box.max[1]) / 2, z = (box.min[2] + box.max[2]) / 2;
+        for (int axis = 0; axis < 3; ++axis) middle[axis] = m[axis] * x + m[4 + axis] * y + m[8 + axis] * z + m[12 + axis];
+    }
+    char text[96];
+    std::snprintf(text, sizeof text, "%g %g %g", middle[0], middle[1], middle[2]);
+    return text;
+}
+
+// A click in the viewer pane: selection set 0 of the scene becomes the
+// picked shape instance (or gains it, with "add"), as the viewer's own pick
+// would set it, and the selection's observers hear of it; a null idpath
+// clears the set.
+bool PickShape(const Json& request, Json&, JsonAllocator&, std::string& error) {
+    Members m{request, error};
+    std::string sceneName, idPath, point;
+    bool add = false;
+    if (!m.String("scene", sceneName) || !m.Bool("add", add, true)) return false;
+    const Json* path = m.Find("idpath");
+    if (!path || !(path->IsNull() || path->IsString())) return m.Fail("idpath", "an idpath or null");
+    if (path->IsString()) idPath.assign(path->GetString(), path->GetStringLength());
+    if (const Json* at = m.Find("point")) {
+        if (!at->IsArray() || at->Size() != 3 || !(*at)[0].IsNumber() || !(*at)[1].IsNumber() || !(*at)[2].IsNumber())
+            return m.Fail("point", "[x, y, z]");
+        char text[96];
+        std::snprintf(text, sizeof text, "%g %g %g", (*at)[0].GetDouble(), (*at)[1].GetDouble(), (*at)[2].GetDouble());
+        point = text;
+    }
+    auto scene = du::DynamicCast<qxk::ShapeScene>(FindSceneNamed(sceneName));
+    if (!scene) return Done(false, error, "no shape scene \"" + sceneName + "\"");
+    du::SmartPtr<SelectionManager> selection = SelectionOf(*scene);
+    std::vector<SelectionItemDesc> items;
+    if (!path->IsNull()) {
+        du::SmartPtr<qxk::Instance> instance;
+        if (auto world = CurrentWorld()) {
+            WorldGuard guard(WorldMutex());
+            instance = world->Tree().Find(idPath);
+        }
+        if (!instance || !FindShape(*scene, instance.get()))
+            return Done(false, error, "no shape instance of \"" + idPath + "\" in \"" + sceneName + "\"");
+        if (add) items = selection->GetSelection(0);
+        const bool present = std::any_of(items.begin(), items.end(), [&](const SelectionItemDesc& item) {
+            return std::any_of(item.fields.begin(), item.fields.end(),
+                               [&](const auto& field) { return field.first == "instance" && field.second == idPath; });
+        });
+        if (!present) items.push_back(PickedItem(idPath, point.empty() ? MiddleOf(Node(*instance)) : point));
+    }
+    selection->SetSelection(0, items);
+    return true;
+}
+
 // Another world replaces the current one; the module sees it as a viewer
 // would see a new document: its tree clears and fills again.
 bool LoadWorld(const Json& request, Json&, JsonAllocator&, std::string& error) {
@@ -346,6 +419,8 @@ const std::vector<ControlAction>& ControlActions() {
         {"reportViewerProgress", "view, percentage (default 100), finish (default true)", ViewerProgress},
         {"armFault", "point, kind (default fail), text, count (default -1: every hit)", ArmFaultAt},
         {"disarmFaults", "point (default: all)", DisarmFaults},
+        {"pickShape", "scene, idpath (null clears), add (default false), point [x, y, z] (default the shape's middle)",
+         PickShape},
         {"useWorldWithoutTree", "", WorldWithoutTree},
         {"loadWorld", "path (\"\" for the sample world; a file in the world folders) | world {inline world file} | "
                       "synthetic N (1 to 5000000)", LoadWorld},

@@ -11,6 +11,7 @@
 #include "devhost/world/InstanceNode.h"
 #include "devhost/world/WorldControl.h"
 #include "devhost/world/WorldLock.h"
+#include "devhost/world/WorldModel.h"
 
 namespace devhost::gateway {
 
@@ -33,10 +34,6 @@ Json ColorText(const dg::Color& color, JsonAllocator& allocator) {
 
 std::string ViewName(const du::SmartPtr<qxk::View>& view) {
     return view ? view->GetViewState().name.str() : std::string();
-}
-
-Json ViewNameJson(const du::SmartPtr<qxk::View>& view, JsonAllocator& allocator) {
-    return view ? Text(ViewName(view), allocator) : Json(rapidjson::kNullType);
 }
 
 std::string SceneName(const du::SmartPtr<qxk::Scene>& scene) {
@@ -99,14 +96,8 @@ void WriteViews(Json& out, JsonAllocator& allocator, const StateLimits&) {
         entry.AddMember("viewCommands", IntList(state.viewCommands, allocator), allocator);
         Json messages(rapidjson::kArrayType);
         if (state.workflows) {
-            for (const WorkflowMessage& message : state.workflows->messages) {
-                Json item(rapidjson::kObjectType);
-                item.AddMember("workflow", Text(message.workflow, allocator), allocator);
-                item.AddMember("message", Text(message.message, allocator), allocator);
-                item.AddMember("value", message.value, allocator);
-                item.AddMember("data", WorkflowData(message.data, allocator), allocator);
-                messages.PushBack(item, allocator);
-            }
+            for (const WorkflowMessage& message : state.workflows->messages)
+                messages.PushBack(WorkflowMessageJson(message, allocator), allocator);
         }
         entry.AddMember("workflowMessages", messages, allocator);
         entry.AddMember("viewerObservers",
@@ -116,23 +107,6 @@ void WriteViews(Json& out, JsonAllocator& allocator, const StateLimits&) {
                         allocator);
         out.PushBack(entry, allocator);
     }
-}
-
-Json SelectionJson(const qxk::Scene& scene, JsonAllocator& allocator) {
-    Json items(rapidjson::kArrayType);
-    du::SmartPtr<SelectionManager> selection = SelectionOf(scene);
-    if (!selection) return items;
-    for (const SelectionItemDesc& item : selection->GetSelection(0)) {
-        Json entry(rapidjson::kObjectType);
-        entry.AddMember("representation", item.hasRepresentation, allocator);
-        entry.AddMember("contentType", Text(item.contentType, allocator), allocator);
-        Json fields(rapidjson::kObjectType);
-        for (const auto& [name, value] : item.fields)
-            fields.AddMember(Text(name, allocator), Text(value, allocator), allocator);
-        entry.AddMember("fields", fields, allocator);
-        items.PushBack(entry, allocator);
-    }
-    return items;
 }
 
 void WriteScenes(Json& out, JsonAllocator& allocator, const StateLimits& limits) {
@@ -146,7 +120,7 @@ void WriteScenes(Json& out, JsonAllocator& allocator, const StateLimits& limits)
     }
     for (const auto& scene : scenes) {
         Json entry(rapidjson::kObjectType);
-        Json shapes(rapidjson::kArrayType), calls(rapidjson::kArrayType), labels(rapidjson::kArrayType);
+        Json shapes(rapidjson::kArrayType), calls(rapidjson::kArrayType);
         {
             WorldGuard guard(WorldMutex());
             const qxk::Scene::State& state = scene->GetSceneState();
@@ -155,17 +129,7 @@ void WriteScenes(Json& out, JsonAllocator& allocator, const StateLimits& limits)
             entry.AddMember("shapeCount", static_cast<std::uint64_t>(state.shapes.size()), allocator);
             for (const auto& [instance, shape] : state.shapes) {
                 if (shapes.Size() >= limits.shapes) break;
-                const auto* node = dynamic_cast<const InstanceNode*>(instance);
-                Json item(rapidjson::kObjectType);
-                item.AddMember("id", static_cast<std::uint64_t>(node ? node->uid : 0), allocator);
-                item.AddMember("idpath", Text(IdPathOf(instance), allocator), allocator);
-                item.AddMember("visible", shape->visible, allocator);
-                item.AddMember("color", ColorText(shape->color, allocator), allocator);
-                item.AddMember("colorCalls", static_cast<unsigned>(shape->colorCalls.size()), allocator);
-                // The host's colour starts as opaque black for every shape
-                // instance; a page shows a shape's own look until one is set.
-                item.AddMember("painted", !shape->colorCalls.empty() || shape->color != dg::Color(), allocator);
-                shapes.PushBack(item, allocator);
+                shapes.PushBack(ShapeJson(*shape, allocator), allocator);
             }
             for (const AddShapeCall& call : state.addCalls) {
                 Json item(rapidjson::kObjectType);
@@ -174,27 +138,9 @@ void WriteScenes(Json& out, JsonAllocator& allocator, const StateLimits& limits)
                 calls.PushBack(item, allocator);
             }
         }
-        for (const auto& label : LabelsOf(*scene)) {
-            const qxannotations::LabelInfo& info = label->GetInfo();
-            Json item(rapidjson::kObjectType), rows(rapidjson::kArrayType);
-            item.AddMember("x", info.x, allocator);
-            item.AddMember("y", info.y, allocator);
-            item.AddMember("z", info.z, allocator);
-            Json kinds(rapidjson::kArrayType);
-            for (const auto& row : info.textRows) {
-                rows.PushBack(Text(row.text, allocator), allocator);
-                Json kind(rapidjson::kObjectType);
-                kind.AddMember("text", Text(row.text, allocator), allocator);
-                kind.AddMember("kind", row.kind, allocator);
-                kinds.PushBack(kind, allocator);
-            }
-            item.AddMember("text", rows, allocator);
-            item.AddMember("rows", kinds, allocator);
-            labels.PushBack(item, allocator);
-        }
         entry.AddMember("shapes", shapes, allocator);
         entry.AddMember("addShapeCalls", calls, allocator);
-        entry.AddMember("labels", labels, allocator);
+        entry.AddMember("labels", LabelsJson(*scene, allocator), allocator);
         entry.AddMember("selection", SelectionJson(*scene, allocator), allocator);
         du::SmartPtr<SelectionManager> selection = SelectionOf(*scene);
         entry.AddMember("selectionObservers", static_cast<std::uint64_t>(selection ? selection->ObserverCount() : 0),
@@ -245,45 +191,20 @@ void WriteModuleCalls(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.SetArray();
     auto content = CurrentContent();
     if (!content) return;
-    for (const ModuleCall& call : content->ModuleCalls()->Calls()) {
-        Json item(rapidjson::kObjectType);
-        item.AddMember("module", Text(call.module, allocator), allocator);
-        item.AddMember("method", Text(call.method, allocator), allocator);
-        item.AddMember("view", Text(ViewName(call.view), allocator), allocator);
-        item.AddMember("flags", call.flags, allocator);
-        item.AddMember("text", Text(call.text, allocator), allocator);
-        out.PushBack(item, allocator);
-    }
+    for (const ModuleCall& call : content->ModuleCalls()->Calls()) out.PushBack(ModuleCallJson(call, allocator), allocator);
 }
 
 void WriteProgress(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.SetArray();
-    for (const ProgressDisplay& display : ProgressDisplays()) {
-        Json item(rapidjson::kObjectType);
-        item.AddMember("id", display.id, allocator);
-        item.AddMember("type", rapidjson::StringRef(display.type == qxmk::Progress::PT_Bar ? "bar" : "spinner"), allocator);
-        item.AddMember("scene", Text(SceneName(display.scene), allocator), allocator);
-        item.AddMember("text", Text(display.text, allocator), allocator);
-        item.AddMember("percentage", display.percentage, allocator);
-        item.AddMember("running", display.running, allocator);
-        out.PushBack(item, allocator);
-    }
+    for (const ProgressDisplay& display : ProgressDisplays()) out.PushBack(ProgressJson(display, allocator), allocator);
 }
 
 void WriteAppliedSets(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.SetArray();
     auto content = CurrentContent();
     if (!content) return;
-    for (const WorldContent::AppliedSet& applied : content->AppliedSets()) {
-        Json item(rapidjson::kObjectType);
-        item.AddMember("scene", Text(SceneName(applied.scene), allocator), allocator);
-        item.AddMember("name", Text(applied.name, allocator), allocator);
-        item.AddMember("mask", applied.mask, allocator);
-        item.AddMember("keepCamera", applied.keepCamera, allocator);
-        item.AddMember("event", Text(applied.eventName, allocator), allocator);
-        item.AddMember("status", applied.status, allocator);
-        out.PushBack(item, allocator);
-    }
+    for (const WorldContent::AppliedSet& applied : content->AppliedSets())
+        out.PushBack(AppliedSetJson(applied, allocator), allocator);
 }
 
 // What the application's plug-in link was told, in order.
@@ -347,7 +268,132 @@ void WritePending(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.AddMember("applies", applies, allocator);
 }
 
+// Proxies whose branch is unread: a page shows them as branches, which the
+// tree documents cannot tell from leaves.
+void WriteProxies(Json& out, JsonAllocator& allocator, const StateLimits&) {
+    out.SetArray();
+    du::SmartPtr<WorldModel> world = CurrentWorld();
+    if (!world || !world->tree) return;
+    WorldGuard guard(WorldMutex());
+    std::vector<const InstanceNode*> stack;
+    for (const auto& root : world->Tree().roots) stack.push_back(root.get());
+    while (!stack.empty()) {
+        const InstanceNode* node = stack.back();
+        stack.pop_back();
+        for (const auto& child : node->children) stack.push_back(child.get());
+        const ProxyInfo* proxy = node->UnreadProxy();
+        if (!proxy) continue;
+        Json item(rapidjson::kObjectType);
+        item.AddMember("idpath", Text(node->IdPath(), allocator), allocator);
+        item.AddMember("state", rapidjson::StringRef(proxy->failed        ? "failed"
+                                                     : !proxy->expandable ? "unexpandable"
+                                                     : proxy->reading     ? "reading"
+                                                                          : "unread"),
+                       allocator);
+        out.PushBack(item, allocator);
+    }
+}
+
 }  // namespace
+
+Json ViewNameJson(const du::SmartPtr<qxk::View>& view, JsonAllocator& allocator) {
+    return view ? Text(ViewName(view), allocator) : Json(rapidjson::kNullType);
+}
+
+Json WorkflowMessageJson(const WorkflowMessage& message, JsonAllocator& allocator) {
+    Json item(rapidjson::kObjectType);
+    item.AddMember("workflow", Text(message.workflow, allocator), allocator);
+    item.AddMember("message", Text(message.message, allocator), allocator);
+    item.AddMember("value", message.value, allocator);
+    item.AddMember("data", WorkflowData(message.data, allocator), allocator);
+    return item;
+}
+
+Json SelectionJson(const qxk::Scene& scene, JsonAllocator& allocator) {
+    Json items(rapidjson::kArrayType);
+    du::SmartPtr<SelectionManager> selection = SelectionOf(scene);
+    if (!selection) return items;
+    for (const SelectionItemDesc& item : selection->GetSelection(0)) {
+        Json entry(rapidjson::kObjectType);
+        entry.AddMember("representation", item.hasRepresentation, allocator);
+        entry.AddMember("contentType", Text(item.contentType, allocator), allocator);
+        Json fields(rapidjson::kObjectType);
+        for (const auto& [name, value] : item.fields)
+            fields.AddMember(Text(name, allocator), Text(value, allocator), allocator);
+        entry.AddMember("fields", fields, allocator);
+        items.PushBack(entry, allocator);
+    }
+    return items;
+}
+
+Json ShapeJson(const ShapeInstanceImpl& shape, JsonAllocator& allocator) {
+    const auto* node = dynamic_cast<const InstanceNode*>(shape.instance.get());
+    Json item(rapidjson::kObjectType);
+    item.AddMember("id", static_cast<std::uint64_t>(node ? node->uid : 0), allocator);
+    item.AddMember("idpath", Text(IdPathOf(shape.instance.get()), allocator), allocator);
+    item.AddMember("visible", shape.visible, allocator);
+    item.AddMember("color", ColorText(shape.color, allocator), allocator);
+    item.AddMember("colorCalls", static_cast<unsigned>(shape.colorCalls.size()), allocator);
+    // The host's colour starts as opaque black for every shape instance; a
+    // page shows a shape's own look until one is set.
+    item.AddMember("painted", shape.painted, allocator);
+    return item;
+}
+
+Json LabelsJson(const qxk::Scene& scene, JsonAllocator& allocator) {
+    Json labels(rapidjson::kArrayType);
+    for (const auto& label : LabelsOf(scene)) {
+        const qxannotations::LabelInfo& info = label->GetInfo();
+        Json item(rapidjson::kObjectType), rows(rapidjson::kArrayType);
+        item.AddMember("x", info.x, allocator);
+        item.AddMember("y", info.y, allocator);
+        item.AddMember("z", info.z, allocator);
+        Json kinds(rapidjson::kArrayType);
+        for (const auto& row : info.textRows) {
+            rows.PushBack(Text(row.text, allocator), allocator);
+            Json kind(rapidjson::kObjectType);
+            kind.AddMember("text", Text(row.text, allocator), allocator);
+            kind.AddMember("kind", row.kind, allocator);
+            kinds.PushBack(kind, allocator);
+        }
+        item.AddMember("text", rows, allocator);
+        item.AddMember("rows", kinds, allocator);
+        labels.PushBack(item, allocator);
+    }
+    return labels;
+}
+
+Json ModuleCallJson(const ModuleCall& call, JsonAllocator& allocator) {
+    Json item(rapidjson::kObjectType);
+    item.AddMember("module", Text(call.module, allocator), allocator);
+    item.AddMember("method", Text(call.method, allocator), allocator);
+    item.AddMember("view", Text(ViewName(call.view), allocator), allocator);
+    item.AddMember("flags", call.flags, allocator);
+    item.AddMember("text", Text(call.text, allocator), allocator);
+    return item;
+}
+
+Json ProgressJson(const ProgressDisplay& display, JsonAllocator& allocator) {
+    Json item(rapidjson::kObjectType);
+    item.AddMember("id", display.id, allocator);
+    item.AddMember("type", rapidjson::StringRef(display.type == qxmk::Progress::PT_Bar ? "bar" : "spinner"), allocator);
+    item.AddMember("scene", Text(SceneName(display.scene), allocator), allocator);
+    item.AddMember("text", Text(display.text, allocator), allocator);
+    item.AddMember("percentage", display.percentage, allocator);
+    item.AddMember("running", display.running, allocator);
+    return item;
+}
+
+Json AppliedSetJson(const WorldContent::AppliedSet& applied, JsonAllocator& allocator) {
+    Json item(rapidjson::kObjectType);
+    item.AddMember("scene", Text(SceneName(applied.scene), allocator), allocator);
+    item.AddMember("name", Text(applied.name, allocator), allocator);
+    item.AddMember("mask", applied.mask, allocator);
+    item.AddMember("keepCamera", applied.keepCamera, allocator);
+    item.AddMember("event", Text(applied.eventName, allocator), allocator);
+    item.AddMember("status", applied.status, allocator);
+    return item;
+}
 
 const std::vector<StateSection>& StateSections() {
     static const std::vector<StateSection> sections = {
@@ -356,6 +402,7 @@ const std::vector<StateSection>& StateSections() {
         {"moduleCalls", WriteModuleCalls}, {"progress", WriteProgress},
         {"appliedSets", WriteAppliedSets}, {"crossSelection", WriteCrossSelection},
         {"pending", WritePending},         {"pluginLink", WritePluginLink},
+        {"proxies", WriteProxies},
     };
     return sections;
 }

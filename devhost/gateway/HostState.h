@@ -5,7 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "devhost/content/WorldContent.h"
 #include "devhost/gateway/ValueCodec.h"
+#include "devhost/world/ProgressDisplays.h"
+#include "devhost/world/SceneModel.h"
+#include "devhost/world/ViewModel.h"
 
 namespace devhost::gateway {
 
@@ -25,5 +29,16 @@ struct StateSection {
 
 // Every section, in the order a full state lists them.
 const std::vector<StateSection>& StateSections();
+
+// The items of the sections, as they list them; the host's event stream
+// writes its events of them. Each reads under the world lock.
+Json ViewNameJson(const du::SmartPtr<qxk::View>& view, JsonAllocator& allocator);  // null for none
+Json WorkflowMessageJson(const WorkflowMessage& message, JsonAllocator& allocator);
+Json SelectionJson(const qxk::Scene& scene, JsonAllocator& allocator);  // selection set 0
+Json ShapeJson(const ShapeInstanceImpl& shape, JsonAllocator& allocator);
+Json LabelsJson(const qxk::Scene& scene, JsonAllocator& allocator);
+Json ModuleCallJson(const ModuleCall& call, JsonAllocator& allocator);
+Json ProgressJson(const ProgressDisplay& display, JsonAllocator& allocator);
+Json AppliedSetJson(const WorldContent::AppliedSet& applied, JsonAllocator& allocator);
 
 }  // namespace devhost::gateway

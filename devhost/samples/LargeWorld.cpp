@@ -1,6 +1,7 @@
 #include "devhost/samples/LargeWorld.h"
 
 #include <algorithm>
+#include <cmath>
 #include <deque>
 #include <vector>
 
@@ -57,6 +58,14 @@ du::SmartPtr<WorldModel> BuildLargeWorld(const LargeWorldParams& params, LargeWo
     builder.SetActiveView(builder.AddView(scene, ViewKindNumber("shape"), "Main"));
     du::SmartPtr<Shape> leafShape = params.shapes ? MakeLeafShape() : nullptr;
     if (leafShape) content->AddShape(leafShape);
+    // Every leaf's shape is the one box, the leaves laid out on a square
+    // grid in the order they are made.
+    Box unit;
+    unit.Add(0, 0, 0);
+    unit.Add(1, 1, 1);
+    const du::SmartPtr<ShapeGeometry> leafBox = MakeBoxShape(unit, "leaf");
+    const auto gridSide = static_cast<std::size_t>(std::ceil(std::sqrt(static_cast<double>(target))));
+    std::size_t leaves = 0;
 
     struct Pending {
         InstanceNode* node;
@@ -78,6 +87,11 @@ du::SmartPtr<WorldModel> BuildLargeWorld(const LargeWorldParams& params, LargeWo
                 InstanceContent leaf;
                 leaf.shape = leafShape;
                 SetInstanceContent(*current.node, leaf);
+                Transform at = kIdentity;
+                at[12] = 1.5f * static_cast<float>(leaves % gridSide);
+                at[14] = 1.5f * static_cast<float>(leaves / gridSide);
+                builder.Place(*current.node, leafBox, at);
+                ++leaves;
                 if (!current.unread && params.shown) {
                     builder.AddShape(*scene, *current.node, true);
                     ++made.shapeInstances;

@@ -17,8 +17,9 @@ struct LargeWorldParams {
     // Share of the assemblies below the root that are proxies (their branch
     // unread until expanded), chosen evenly through the tree.
     double proxyShare = 0.0;
-    // Every leaf gets the one shared shape (with markups) and a shape
-    // instance in the scene "Model", shown.
+    // Every leaf gets the one shared shape (with markups), one shared box of
+    // geometry placed on a grid, and a shape instance in the scene "Model",
+    // shown.
     bool shapes = true;
     // False: the leaves' shape instances are left out of the scene, which
     // starts empty, as before the client loads anything.

@@ -2,6 +2,17 @@
 
 import { EventStream } from './eventStream.js';
 
+// A failure of the gateway, with its status and error kind (GATEWAY.md,
+// "Errors"); status 0 when the program could not be reached at all.
+export class GatewayError extends Error {
+  constructor(path, status, kind, message) {
+    super(`${kind}: ${message}`);
+    this.path = path;
+    this.status = status;
+    this.kind = kind;
+  }
+}
+
 // The gateway takes API requests only with the token that it printed in the
 // page's address; the page reads it from there once.
 const token = new URLSearchParams(globalThis.location?.search ?? '').get('token') ?? '';
@@ -21,14 +32,24 @@ export function apiUrl(path) {
 // given), since the gateway takes no other kind.
 export async function request(method, path, body) {
   const post = method === 'POST';
-  const response = await fetch(path, {
-    method,
-    headers: post || body !== undefined ? { ...authorization(), 'Content-Type': 'application/json' } : authorization(),
-    body: body === undefined ? (post ? '{}' : undefined) : JSON.stringify(body),
-  });
+  let response;
+  try {
+    response = await fetch(path, {
+      method,
+      headers: post || body !== undefined ? { ...authorization(), 'Content-Type': 'application/json' } : authorization(),
+      body: body === undefined ? (post ? '{}' : undefined) : JSON.stringify(body),
+    });
+  } catch (error) {
+    throw new GatewayError(path, 0, 'unreachable', `the program does not answer (${error.message})`);
+  }
   const text = await response.text();
-  const value = text ? JSON.parse(text) : null;
-  if (!response.ok) throw new Error(`${path}: ${value?.error ?? response.status}: ${value?.message ?? text}`);
+  let value = null;
+  try {
+    value = text ? JSON.parse(text) : null;
+  } catch {
+    if (response.ok) throw new GatewayError(path, response.status, 'bad-reply', text.slice(0, 200));
+  }
+  if (!response.ok) throw new GatewayError(path, response.status, value?.error ?? `http-${response.status}`, value?.message ?? text);
   return value;
 }
 

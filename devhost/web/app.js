@@ -1,50 +1,281 @@
-// The page: a web client of the module through the gateway. The tree is fed
-// only by the module's tree documents; the viewer pane and the host panel
-// show what the development host did after each call.
+// The page: a web client of the module through the gateway, and a live view
+// of the development host. The tree is fed only by the module's tree
+// documents; what the host shows (views, selections, shapes, progress,
+// workflow messages) comes from its event stream through HostState.
 
-import { Session, host } from './api.js';
-import { parseDocument, parseTreeDocument, parseViewable, hexColor } from './documents.js';
-import { TreeModel } from './treeModel.js';
-import { TreeView } from './treeView.js';
+import { Session, request } from './api.js';
+import { Commands } from './commands.js';
+import { colorSwatch, showDocument } from './documentView.js';
+import { hexColor, parseDocument, parseTreeDocument, parseViewable } from './documents.js';
+import { HostPanel } from './hostPanel.js';
+import { HostState } from './hostState.js';
+import { Banner, Notices } from './notices.js';
+import { STATE_NAMES, STATES, HIDING_STATES, TreeModel } from './treeModel.js';
+import { TreeMenu } from './treeMenu.js';
+import { ICONS, TreeView } from './treeView.js';
 import { Viewer } from './viewer.js';
 
 const $ = (selector) => document.querySelector(selector);
-const status = (text) => { $('#status').textContent = text; };
+const panel = (id) => Notices.of($(id));
 
 const model = new TreeModel();
-const viewer = new Viewer($('#viewer'), $('#viewer-caption'));
+const banner = new Banner($('#banner'));
 const page = { treeShownAt: null, startedAt: performance.now(), documents: 0, changes: 0, timings: null,
-               viewables: new Map() };
+               viewables: new Map(), treeLoaded: false };
 window.webapiPage = page;
 let session;
+let host;
+let commands;
+let hostPanel;
+
+const notices = {
+  toolbar: new Notices($('#status'), $('#toolbar-alert')),
+  tree: new Notices($('#tree-outcome'), $('#tree-alert')),
+  selection: panel('#selection-panel'),
+  paint: panel('#paint-panel'),
+  instances: panel('#instances-panel'),
+  viewables: panel('#viewables-panel'),
+  annotations: panel('#annotations-panel'),
+  sets: panel('#sets-panel'),
+  label: panel('#label-panel'),
+};
+
+// ---- the tree ----------------------------------------------------------------
+
+const menu = new TreeMenu($('#tree-menu'), () => $('#tree').focus());
 
 const treeView = new TreeView($('#tree'), model, {
   // The module decides from the node's state whether to hide or to show.
-  onToggleVisibility: (node, others) => act('SelectTreeNodes', JSON.stringify({
-    primaryNode: node.id, selectedNodes: others.map((other) => other.id),
-  })),
+  onToggleVisibility: (node, others) => toggleVisibility(node, others),
   // Asks the states of the children, which the module sends as changes.
-  onExpand: (node) => {
-    if (node.asked) return;
-    node.asked = true;
-    session.call('SelectTreeNodes', JSON.stringify({ nodes: [node.id], depth: 1 })).catch(report);
+  onExpand: (nodes) => {
+    const ask = nodes.filter((node) => !node.asked);
+    if (!ask.length) return;
+    for (const node of ask) node.asked = true;
+    commands.call(notices.tree, 'SelectTreeNodes', [JSON.stringify({ nodes: ask.map((node) => node.id), depth: 1 })],
+      { label: ask.length === 1 ? `Reading ${ask[0].name}` : `Reading ${ask.length} branches`, effects: null,
+        done: () => '' });
   },
-  onSelect: (primary, selected) => viewer.select(selected.map((node) => node.idpath)),
+  onReadProxy: async (node) => {
+    await toggleVisibility(node, [], `Reading ${node.name}`);
+    // A branch that stayed unread stays closed.
+    if (node.unread) node.expanded = false;
+    treeView.refresh();
+  },
+  onSelect: () => showTreeSelection(),
+  onMenu: (node, x, y) => openMenu(node, x, y),
 });
 
-function report(error) {
-  status(String(error.message ?? error));
-  console.error(error);
+async function toggleVisibility(node, others, label = null) {
+  const hide = HIDING_STATES.has(node.state);
+  label ??= `${hide ? 'Hiding' : 'Showing'} ${node.name}`;
+  const before = await traceMark();
+  await commands.call(notices.tree, 'SelectTreeNodes', [JSON.stringify({
+    primaryNode: node.id, selectedNodes: others.map((other) => other.id),
+  })], {
+    label,
+    done: () => `${node.name}: ${hide ? 'hidden' : 'shown'}`,
+    // A proxy that the host failed to read shows nothing, and says so only
+    // in the trace.
+    check: async () => {
+      const failed = await traceLines(before, (text) => text.includes(' is a proxy that failed to expand.'));
+      if (node.proxy) markProxies(await host.readProxies().catch(() => host.proxies));
+      if (failed.length) return `${node.name} could not be shown: the host failed to read its branch (${failed[0].trim()})`;
+      if (node.proxy === 'failed') return `${node.name} could not be read: the host failed to read its branch.`;
+      return null;
+    },
+  });
 }
 
-// ---- callbacks -------------------------------------------------------------
+async function traceMark() {
+  try {
+    return (await request('GET', `/host/traces?since=${Number.MAX_SAFE_INTEGER}&limit=1`)).last;
+  } catch {
+    return null;
+  }
+}
+
+async function traceLines(since, test) {
+  if (since === null) return [];
+  try {
+    const { entries } = await request('GET', `/host/traces?since=${since}&limit=2000`);
+    return entries.map((entry) => entry.text).filter(test);
+  } catch {
+    return [];
+  }
+}
+
+function selectedNodes() {
+  return [...treeView.selected];
+}
+
+function showTreeSelection() {
+  const nodes = selectedNodes();
+  $('#tree-selection').textContent = nodes.length
+    ? `Tree selection: ${nodes.slice(0, 4).map((node) => node.name).join(', ')}${nodes.length > 4 ? ` and ${nodes.length - 4} more` : ''}`
+    : 'Tree selection: none (click rows; Shift and Ctrl add)';
+}
+
+function openMenu(node, x, y) {
+  const targets = treeView.selected.has(node) ? selectedNodes() : [node];
+  const hide = HIDING_STATES.has(node.state);
+  menu.open([
+    { label: hide ? 'Hide' : 'Show', run: () => toggleVisibility(node, targets.filter((other) => other !== node)) },
+    { label: 'Paint', run: () => paint(targets) },
+    { label: 'Read colour', run: () => readColor(node) },
+    { label: 'Select in viewer', run: () => selectInViewer(node) },
+    { label: 'Zoom to', run: () => zoomTo(node) },
+  ], x, y);
+}
+
+// The viewer's own pick: selection set 0 of the active shape scene.
+async function selectInViewer(node, quiet = false) {
+  const scene = host.activeScene();
+  if (!scene) {
+    notices.tree.failed('No shape view is active: switch to one to select in the viewer.');
+    return false;
+  }
+  try {
+    await request('POST', '/host/control', { action: 'pickShape', scene: scene.name, idpath: node.idpath, add: false });
+    if (!quiet) notices.tree.done(`${node.name} is the viewer's selection`);
+    return true;
+  } catch (error) {
+    notices.tree.failed(`Select in viewer failed: ${error.message}`);
+    return false;
+  }
+}
+
+async function zoomTo(node) {
+  if (await selectInViewer(node, true)) await commands.call(notices.tree, 'ZoomToSelected', [0], { label: `Zoom to ${node.name}` });
+}
+
+function markProxies(proxies) {
+  model.markProxies(proxies);
+  treeView.refresh();
+}
+
+// ---- the viewer's selection ---------------------------------------------------
+
+// The idpaths that the items of a selection name.
+function selectionPaths(selection) {
+  const paths = [];
+  for (const item of selection ?? []) {
+    const path = item.fields?.instance ?? item.fields?.sbomIdPath ?? item.fields?.idpath ?? item.fields?.parent_instance;
+    if (path) paths.push(path);
+  }
+  return paths;
+}
+
+function showHostSelection() {
+  const scene = host.activeScene();
+  const paths = selectionPaths(scene?.selection);
+  treeView.setHostSelection(paths);
+  const line = $('#viewer-selection');
+  line.textContent = '';
+  if (!scene) {
+    line.textContent = 'Viewer selection: no shape view is active';
+    return;
+  }
+  line.append(paths.length ? 'Viewer selection: ' : 'Viewer selection: none');
+  paths.slice(0, 6).forEach((path, i) => {
+    const link = document.createElement('button');
+    link.type = 'button';
+    link.className = 'link';
+    link.textContent = path.slice(path.lastIndexOf('/') + 1);
+    link.title = `Show ${path} in the tree`;
+    link.addEventListener('click', () => {
+      const node = model.pathIndex().get(path);
+      if (node) treeView.reveal(node);
+      $('#tree').focus();
+    });
+    line.append(i ? ', ' : '', link);
+  });
+  if (paths.length > 6) line.append(` and ${paths.length - 6} more`);
+}
+
+// ---- views --------------------------------------------------------------------
+
+const VIEW_KINDS = { 17: 'shape view', 18: 'drawing', 19: 'image', 20: 'document', 52: 'illustration' };
+
+function viewKind(view) {
+  return VIEW_KINDS[view.class] ?? `view class ${view.class}`;
+}
+
+function drawViews() {
+  const select = $('#views');
+  select.textContent = '';
+  if (!host.activeView) select.add(new Option('(no active view)', '', true, true));
+  for (const view of host.views) {
+    const option = new Option(`${view.active ? '● ' : ''}${view.name} — ${viewKind(view)}, scene ${view.scene}`, view.name,
+      view.active, view.active);
+    select.add(option);
+  }
+}
+
+async function activateView(name, notice = notices.toolbar) {
+  notice.busy(`Switching to ${name || 'no view'}…`);
+  try {
+    await request('POST', '/host/control', { action: 'activateView', view: name });
+    notice.done(`The active view is ${name || 'none'}`);
+  } catch (error) {
+    notice.failed(`Switching views failed: ${error.message}`);
+  }
+}
+
+// Says that a call switched the view, with a way back: to the view, or,
+// when the host took it away with its scene, to a world that has it.
+let viewSwitch = null;
+
+function noteViewSwitch(what, from, to) {
+  viewSwitch = { what, from, to };
+  drawViewSwitch();
+}
+
+// Drawn again when the host's views are read again: the host tells that
+// views went before the page knows which.
+function drawViewSwitch() {
+  const note = $('#views-note');
+  if (!viewSwitch) return;
+  const { what, from, to } = viewSwitch;
+  const kept = host.views.some((view) => view.name === from);
+  note.textContent = `${what} switched the view from ${from ?? 'none'} to ${to ?? 'none'}`
+    + `${from && !kept ? `, and the host removed ${from} with its scene` : ''}. `;
+  if (!from) return;
+  const back = document.createElement('button');
+  back.type = 'button';
+  back.textContent = kept ? `Back to ${from}` : 'Load the sample world again';
+  back.addEventListener('click', async () => {
+    if (kept) {
+      await activateView(from, notices.sets);
+    } else {
+      notices.sets.busy('Loading the sample world…');
+      try {
+        await request('POST', '/host/control', { action: 'loadWorld', path: '' });
+        notices.sets.done('The sample world is loaded again');
+      } catch (error) {
+        notices.sets.failed(`Loading the sample world failed: ${error.message}`);
+        return;
+      }
+    }
+    viewSwitch = null;
+    note.textContent = '';
+  });
+  note.append(back);
+}
+
+// ---- callbacks ----------------------------------------------------------------
 
 function onEvent(arrived, event) {
-  const [text, requestId] = event.args;
   switch (event.method) {
+    case 'OnTreeMappingBegin':
+      page.mappingBegun = true;
+      if (!page.treeLoaded) showLoading(true);
+      break;
     case 'OnTreeMapping':
     case 'OnTreeUpdate': {
+      const [text] = event.args;
       page.documents++;
+      commands?.noteTreeDocument();
       const parsed = parseTreeDocument(text);
       // Answers to the state query, for whoever waits for one.
       if (parsed?.treeUpdateChanges) page.changes++;
@@ -52,6 +283,7 @@ function onEvent(arrived, event) {
       const shapeChanged = model.apply(parsed);
       treeView.refresh(shapeChanged);
       $('#tree-count').textContent = `${model.size} nodes`;
+      if (!page.treeLoaded) $('#tree-loading-text').textContent = `${model.size} nodes received`;
       if (model.size && page.treeShownAt === null) {
         // How the first document with nodes took its time, for the benchmark.
         page.timings ??= { arrived, parsed: parsedAt, indexed: performance.now() };
@@ -60,25 +292,52 @@ function onEvent(arrived, event) {
           document.body.dataset.treeReady = String(model.size);
         });
       }
+      if (parsed?.clearTree) {
+        showLoading(true);
+        readTreeAgain();
+      }
       break;
     }
+    case 'OnTreeMappingEnd':
+      if (model.size) showLoading(false);
+      if (host) markProxies(host.proxies);
+      showHostSelection();
+      break;
+    // The request id is the only argument of the start and the end.
     case 'StartViewablesResult':
-      page.viewables.set(requestId, []);
+      page.viewables.set(event.args[0], []);
       $('#viewables').textContent = '';
       break;
-    case 'ViewablesResult':
-      showViewable(parseViewable(text));
+    case 'ViewablesResult': {
+      const [text, requestId] = event.args;
+      const viewable = parseViewable(text);
+      page.viewables.get(requestId)?.push(viewable);
+      showViewable(viewable);
       break;
-    case 'EndViewablesResult':
+    }
+    case 'EndViewablesResult': {
+      const [requestId] = event.args;
       $('#viewables').dataset.done = String(requestId);
+      notices.viewables.done(`${page.viewables.get(requestId)?.length ?? 0} viewables received (request ${requestId})`);
       break;
+    }
     default:
       break;
   }
 }
 
+// While the tree's first documents arrive, commands that act on the tree
+// wait for it.
+function showLoading(loading) {
+  page.treeLoaded = !loading;
+  $('#tree-loading').hidden = !loading;
+  if (loading) $('#tree-loading-text').textContent = `${model.size} nodes received`;
+  for (const element of document.querySelectorAll('[data-needs-tree]')) element.disabled = loading;
+  document.body.dataset.treeLoading = String(loading);
+}
+
 function showViewable(viewable) {
-  const card = document.createElement('div');
+  const card = document.createElement('figure');
   card.className = 'viewable';
   if (viewable.pngb64) {
     const image = document.createElement('img');
@@ -86,157 +345,137 @@ function showViewable(viewable) {
     image.alt = viewable.name ?? '';
     card.append(image);
   }
-  card.append(`${viewable.name ?? '?'}`, document.createElement('br'));
+  const caption = document.createElement('figcaption');
+  caption.append(`${viewable.name ?? '?'}`, document.createElement('br'));
   const small = document.createElement('small');
   small.textContent = `${viewable.viewableType ?? ''} · ${viewable.idpath ?? ''}`;
-  card.append(small);
+  caption.append(small);
+  card.append(caption);
   $('#viewables').append(card);
 }
 
-// ---- host side --------------------------------------------------------------
+// ---- panels -------------------------------------------------------------------
 
-let refreshing = null;
-async function refreshHost() {
-  if (refreshing) return refreshing;
-  refreshing = (async () => {
-    try {
-      // A page draws at most this many shapes of a scene.
-      const state = await host.state(['activeView', 'views', 'scenes', 'progress'], 50000);
-      const view = state.views.find((each) => each.active);
-      const scene = view && state.scenes.find((each) => each.name === view.scene && each.shapeScene);
-      viewer.show(scene ? `${view.name} / ${scene.name}` : null, scene ? scene.shapes : [], scene?.shapeCount ?? 0);
-      showProgress(state.progress);
-      showWorkflow(view);
-    } catch (error) {
-      report(error);
-    } finally {
-      refreshing = null;
-    }
-  })();
-  return refreshing;
-}
-
-function showProgress(displays) {
-  $('#progress').innerHTML = displays.slice(-5).map((display) => `
-    <div class="progress ${display.running ? '' : 'done'}">
-      <div>${escape(display.text || `progress ${display.id}`)} — ${display.type === 'bar' ? `${display.percentage}%` : 'busy'}</div>
-      <div class="bar"><div style="width:${display.type === 'bar' ? display.percentage : 100}%"></div></div>
-    </div>`).join('');
-}
-
-function showWorkflow(view) {
-  const messages = view ? view.workflowMessages.slice(-30) : [];
-  $('#workflow').innerHTML = messages.map((message) =>
-    `<li>${escape(message.workflow)} · ${escape(message.message)} · ${message.value}${message.data ? ` · ${escape(JSON.stringify(message.data))}` : ''}</li>`).join('');
-}
-
-// Trace lines are shown up to this length: a tree document's trace holds
-// the whole document.
-const TRACE_TEXT = 400;
-let traceSeq = 0;
-let traceLast = null;
-async function pollTraces() {
-  try {
-    // Far behind (a large tree traces each instance): the latest lines only,
-    // found without reading the ones skipped.
-    if (traceLast === null || traceLast - traceSeq > 4000) {
-      traceLast = (await host.traces(Number.MAX_SAFE_INTEGER, 1)).last;
-      traceSeq = Math.max(traceSeq, traceLast - 400);
-    }
-    const { entries, last } = await host.traces(traceSeq, 2000);
-    traceLast = last;
-    const log = $('#traces');
-    for (const entry of entries) {
-      const line = document.createElement('div');
-      if (entry.type === 3) line.className = 't3';
-      line.innerHTML = `<span class="seq">${entry.seq}</span>`;
-      const text = `${entry.names.join(':')} ${entry.text}`;
-      line.append(text.length > TRACE_TEXT ? `${text.slice(0, TRACE_TEXT)}… (${text.length} characters)` : text);
-      log.append(line);
-      traceSeq = entry.seq;
-    }
-    while (log.childElementCount > 400) log.firstElementChild.remove();
-    if (entries.length) log.scrollTop = log.scrollHeight;
-  } catch (error) {
-    report(error);
+async function paint(nodes) {
+  if (!nodes.length) {
+    notices.paint.failed('The tree selection is empty: click a row first.');
+    return;
   }
-  setTimeout(pollTraces, 1000);
+  const color = hexColor($('#paint-color').value);
+  await commands.call(notices.paint, 'SetInstancesColor', [nodes.map((node) => node.idpath), $('#paint-branch').checked, color], {
+    label: `Painting ${nodes.length === 1 ? nodes[0].name : `${nodes.length} rows`}`,
+    done: () => `Painted ${nodes.length === 1 ? nodes[0].name : `${nodes.length} rows`}`,
+  });
 }
 
-// A call whose effect shows on the host: the page waits until the host is
-// quiet, then draws what it shows now.
-async function act(method, ...args) {
-  try {
-    status(`${method}…`);
-    const reply = await session.call(method, ...args);
-    await host.settle();
-    await refreshHost();
-    status(`${method} done`);
-    return reply;
-  } catch (error) {
-    report(error);
-    return null;
+async function readColor(node) {
+  if (!node) {
+    notices.paint.failed('No row has the focus: click a row first.');
+    return;
   }
-}
-
-// ---- panels -----------------------------------------------------------------
-
-function selectedPaths() {
-  return [...treeView.selected].map((node) => node.idpath);
+  const reply = await commands.call(notices.paint, 'GetInstanceColor', [node.idpath], {
+    label: `Reading the colour of ${node.name}`,
+    done: () => '',
+  });
+  if (!reply) return;
+  const text = reply.result;
+  if (text) notices.paint.done(`${node.name}:`, colorSwatch(text));
+  else notices.paint.done(`${node.name} has no colour of its own`);
 }
 
 function wirePanels() {
-  for (const button of document.querySelectorAll('[data-call]'))
-    button.addEventListener('click', () => act(button.dataset.call, ...JSON.parse(button.dataset.args ?? '[]')));
-  $('#zoom-selected').addEventListener('click', () => act('ZoomToSelected', 0));
-  $('#cross-selection').addEventListener('change', (event) => act('SetCrossSelection', event.target.checked));
-  $('#profiles-reload').addEventListener('click', async () => {
-    const reply = await act('GetProfiles');
-    const select = $('#profiles');
-    select.length = 1;
-    const text = reply?.result;
-    if (!text) return;
-    const parsed = parseDocument(text);
-    const names = Array.isArray(parsed) ? parsed : Array.isArray(parsed?.profiles) ? parsed.profiles : String(text).split(/[\n,]/);
-    for (const name of names) select.add(new Option(typeof name === 'string' ? name : JSON.stringify(name)));
-  });
-  $('#profiles').addEventListener('change', (event) => event.target.value && act('SetProfile', event.target.value));
+  for (const button of document.querySelectorAll('[data-call]')) {
+    const where = button.closest('details') ? Notices.of(button.closest('details')) : notices.toolbar;
+    button.addEventListener('click', () => commands.call(where, button.dataset.call, JSON.parse(button.dataset.args ?? '[]'),
+      { label: button.textContent.trim() }));
+  }
+  $('#views').addEventListener('change', (event) => activateView(event.target.value));
+  $('#cross-selection').addEventListener('change', (event) =>
+    commands.call(notices.toolbar, 'SetCrossSelection', [event.target.checked], { label: 'Cross selection' }));
+  $('#profiles-reload').addEventListener('click', readProfiles);
+  $('#profiles').addEventListener('change', (event) => event.target.value
+    && commands.call(notices.toolbar, 'SetProfile', [event.target.value], { label: `Profile ${event.target.value}` }));
 
   $('#selection-read').addEventListener('click', async () => {
-    const reply = await act('GetCurrentSelection');
-    $('#selection-text').textContent = reply?.result ?? '(nothing selected)';
+    const reply = await commands.call(notices.selection, 'GetCurrentSelection', [], { label: "Reading the viewer's selection" });
+    if (reply) showDocument($('#selection-doc'), reply.result, "The viewer's selection");
   });
-  $('#paint').addEventListener('click', () =>
-    act('SetInstancesColor', selectedPaths(), $('#paint-branch').checked, hexColor($('#paint-color').value)));
-  $('#paint-read').addEventListener('click', async () => {
-    const reply = await act('GetInstanceColor', treeView.primary?.idpath ?? '');
-    $('#paint-result').textContent = reply?.result ?? '(none)';
+  $('#paint').addEventListener('click', () => paint(selectedNodes()));
+  $('#paint-read').addEventListener('click', () => readColor(treeView.primary));
+
+  const instances = (method) => commands.call(notices.instances, method, [$('#instances-text').value], {
+    label: method,
+    // A list inside an update is only gathered; the end applies it.
+    effects: /\[.*\]/s.test($('#instances-text').value) || /update\s+end|end/.test($('#instances-text').value)
+      ? ['shapes', 'shapesAdded', 'progress'] : null,
   });
+  $('#instances-load').addEventListener('click', () => instances('LoadInstances'));
+  $('#instances-unload').addEventListener('click', () => instances('UnloadInstances'));
+  $('#instances-begin').addEventListener('click', () => { $('#instances-text').value = 'update begin'; });
+  $('#instances-end').addEventListener('click', () => { $('#instances-text').value = 'update end'; });
+  $('#instances-selection').addEventListener('click', () => {
+    $('#instances-text').value = JSON.stringify(selectedNodes().map((node) => node.idpath));
+  });
+
   let viewablesRequest = 0;
-  $('#viewables-get').addEventListener('click', () => act('GetViewables', 'session', ++viewablesRequest));
+  $('#viewables-get').addEventListener('click', () =>
+    commands.call(notices.viewables, 'GetViewables', ['session', ++viewablesRequest], { label: 'Get viewables', done: () => 'Asked; the viewables follow' }));
   $('#annotations-get').addEventListener('click', listAnnotations);
   $('#sets-get').addEventListener('click', listSets);
-  $('#label-add').addEventListener('click', () => act('AddAnnotationLabel', $('#label-text').value,
-    Number($('#label-x').value), Number($('#label-y').value), Number($('#label-z').value)));
+  $('#label-add').addEventListener('click', () => commands.call(notices.label, 'AddAnnotationLabel', [$('#label-text').value,
+    Number($('#label-x').value), Number($('#label-y').value), Number($('#label-z').value)], { label: 'Add a label' }));
+
+  $('#tree-search').addEventListener('input', (event) => {
+    const matches = treeView.search(event.target.value);
+    $('#tree-matches').textContent = matches === null ? '' : `${matches} ${matches === 1 ? 'match' : 'matches'}`;
+  });
+  $('#tree-search').addEventListener('keydown', (event) => {
+    if (event.key === 'ArrowDown' || event.key === 'Enter') {
+      event.preventDefault();
+      $('#tree').focus();
+      treeView.focusRow(0, false);
+    }
+  });
+  $('#expand-all').addEventListener('click', () => treeView.expandAll());
+  $('#collapse-all').addEventListener('click', () => treeView.collapseAll());
+}
+
+async function readProfiles() {
+  const reply = await commands.call(notices.toolbar, 'GetProfiles', [], { label: 'Reading the profiles' });
+  const select = $('#profiles');
+  select.length = 1;
+  const text = reply?.result;
+  if (!text) return;
+  const parsed = parseDocument(text);
+  const names = Array.isArray(parsed) ? parsed : Array.isArray(parsed?.profiles) ? parsed.profiles : String(text).split(/[\n,]/);
+  for (const name of names) select.add(new Option(typeof name === 'string' ? name : JSON.stringify(name)));
+  notices.toolbar.done(`${names.length} profiles`);
 }
 
 async function listAnnotations() {
-  const reply = await act('GetAllModelAnnotations', null);
+  const reply = await commands.call(notices.annotations, 'GetAllModelAnnotations', [null], { label: 'Listing model annotations' });
   const parsed = parseDocument(reply?.out?.[0] ?? '');
   const table = $('#annotations');
   table.textContent = '';
-  for (const { id, idpath } of parsed?.modelannotations ?? []) {
+  const list = parsed?.modelannotations ?? [];
+  if (reply) notices.annotations.done(`${list.length} model annotations`);
+  for (const { id, idpath } of list) {
     const row = table.insertRow();
     row.insertCell().textContent = `${idpath} · ${id}`;
     const cell = row.insertCell();
+    const where = notices.annotations;
     for (const [label, run] of [
-      ['show', () => act('ShowModelAnnoations', idpath, id)],
-      ['hide', () => act('HideModelAnnoations', idpath, id)],
-      ['colour', () => act('SetModelAnnotationColor', idpath, id, hexColor($('#annotation-color').value))],
-      ['read', async () => { const r = await act('GetModelAnnotationColor', idpath, id); status(`${id}: ${r?.result ?? 'no colour'}`); }],
+      ['show', () => commands.call(where, 'ShowModelAnnoations', [idpath, id], { label: `Show ${id}` })],
+      ['hide', () => commands.call(where, 'HideModelAnnoations', [idpath, id], { label: `Hide ${id}` })],
+      ['colour', () => commands.call(where, 'SetModelAnnotationColor', [idpath, id, hexColor($('#annotation-color').value)], { label: `Colour ${id}` })],
+      ['read', async () => {
+        const read = await commands.call(where, 'GetModelAnnotationColor', [idpath, id], { label: `Read ${id}`, done: () => '' });
+        if (read) where.done(`${id}:`, read.result ? colorSwatch(read.result) : 'no colour');
+      }],
     ]) {
       const button = document.createElement('button');
       button.textContent = label;
+      button.setAttribute('aria-label', `${label} ${id}`);
       button.addEventListener('click', run);
       cell.append(button);
     }
@@ -244,40 +483,208 @@ async function listAnnotations() {
 }
 
 async function listSets() {
-  const count = (await act('GetNumberOfAnnotationSets'))?.result ?? 0;
+  const count = (await commands.call(notices.sets, 'GetNumberOfAnnotationSets', [], { label: 'Listing annotation sets' }))?.result ?? 0;
   const list = $('#sets');
   list.textContent = '';
   for (let i = 0; i < count; i++) {
-    const name = (await session.call('GetAnnotationSetName', i)).result;
+    let name;
+    try {
+      name = (await session.call('GetAnnotationSetName', i)).result;
+    } catch (error) {
+      commands.failed(notices.sets, 'GetAnnotationSetName', error);
+      return;
+    }
     const item = document.createElement('li');
     const button = document.createElement('button');
-    button.textContent = 'load';
-    button.addEventListener('click', () => act('LoadAnnotationSet', name));
+    button.textContent = 'Load';
+    button.setAttribute('aria-label', `Load ${name ?? '(null)'}`);
+    button.addEventListener('click', () => loadSet(name));
     item.append(`${name ?? '(null)'} `, button);
     list.append(item);
   }
+  notices.sets.done(`${count} annotation sets`);
 }
 
-function escape(text) {
-  return String(text).replace(/[&<>"]/g, (c) => ({ '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;' }[c]));
+// A set is applied by the host after the call: the outcome is the applied
+// status it reports, and a set may switch the active view.
+async function loadSet(name) {
+  const viewBefore = host.activeView;
+  let status = null;
+  await commands.call(notices.sets, 'LoadAnnotationSet', [name], {
+    label: `Loading ${name}`,
+    check: async (seen) => {
+      status = await commands.appliedStatus(name, seen);
+      return status !== null && status !== 0 ? `${name} failed to apply: the host reported status ${status}.` : null;
+    },
+    done: () => (status === null ? `${name} is being applied; its end shows here.` : `${name} applied`),
+  });
+  if (host.activeView !== viewBefore) noteViewSwitch(`Loading ${name}`, viewBefore, host.activeView);
 }
 
-// ---- start ------------------------------------------------------------------
+// Sets whose end came after the page stopped waiting.
+function onAppliedSet(set) {
+  if (set.status === -1 || notices.sets.status.textContent !== `${set.name} is being applied; its end shows here.`) return;
+  if (set.status === 0) notices.sets.done(`${set.name} applied`);
+  else notices.sets.failed(`${set.name} failed to apply: the host reported status ${set.status}.`);
+}
+
+function drawLegend() {
+  $('#legend-list').innerHTML = Object.keys(STATE_NAMES).map((state) =>
+    `<li><svg viewBox="0 0 18 18" aria-hidden="true">${ICONS[state]}</svg><span><strong>${STATE_NAMES[state]}</strong>`
+    + ` <span class="muted">(${state}) ${STATES[state]}</span></span></li>`).join('');
+}
+
+// ---- the host -----------------------------------------------------------------
+
+function followHost() {
+  const redraw = () => {
+    drawViews();
+    showHostSelection();
+    hostPanel.drawProgress();
+    hostPanel.drawWorkflow();
+  };
+  host.addEventListener('resync', () => {
+    redraw();
+    markProxies(host.proxies);
+    drawViewSwitch();
+    hostPanel.readTraces();
+  });
+  host.addEventListener('change', ({ detail: event }) => {
+    switch (event.kind) {
+      case 'activeView':
+        drawViews();
+        showHostSelection();
+        hostPanel.drawWorkflow();
+        break;
+      case 'selection':
+        if (event.scene === host.activeScene()?.name) showHostSelection();
+        break;
+      case 'progress':
+        hostPanel.drawProgress();
+        break;
+      case 'workflowMessage':
+        if (event.view === host.activeView) hostPanel.drawWorkflow();
+        break;
+      case 'appliedSet':
+        onAppliedSet(event.set);
+        break;
+      default:
+        break;
+    }
+    traceSoon();
+  });
+  host.addEventListener('connection', ({ detail: { connected, retryIn } }) => {
+    if (connected) {
+      banner.clear('connection');
+      if (!commands.moduleEnded) notices.toolbar.done('Connected again; the page shows the host as it is now');
+      return;
+    }
+    if (banner.kind === 'module') return;
+    banner.show('connection', `The connection to the program is lost: is it still running? Trying again in ${Math.round(retryIn / 100) / 10} s.`,
+      'Try now', () => host.reconnectNow());
+  });
+  redraw();
+}
+
+let traceTimer = null;
+function traceSoon() {
+  if (traceTimer) return;
+  traceTimer = setTimeout(() => {
+    traceTimer = null;
+    hostPanel.readTraces();
+  }, 200);
+}
+
+// ---- the session ----------------------------------------------------------------
+
+async function registerTree() {
+  const registered = await commands.call(notices.toolbar, 'RegisterTreeObserver', ['session'],
+    { label: 'Registering the tree observer', effects: null });
+  if (registered) notices.toolbar.done(`Session ${session.id}`);
+  return registered;
+}
+
+// A session that a program started anew does not know ends; once the
+// program answers again the page opens a new one and reads the tree again.
+let renewing = null;
+function sessionEnded(reason) {
+  if (renewing) return;
+  if (!/unknown-session|session-ended|^404|^410/.test(reason)) {
+    banner.show('session', `The page's session ended (${reason}). Reload the page for a new one.`, 'Reload the page', () => location.reload());
+    return;
+  }
+  renewing = (async () => {
+    while (!host.connected) await new Promise((resolve) => host.addEventListener('connection', resolve, { once: true }));
+    try {
+      session = await Session.open(onEvent, sessionEnded);
+      commands.session = session;
+      page.session = session.id;
+      model.clear();
+      page.treeLoaded = false;
+      page.mappingBegun = false;
+      treeView.refresh();
+      showLoading(true);
+      if (await registerTree()) notices.toolbar.done('Connected again to a program started anew: a new session reads its tree');
+    } catch (error) {
+      banner.show('session', `A new session could not be opened (${error.message}). Reload the page.`, 'Reload the page', () => location.reload());
+    } finally {
+      renewing = null;
+    }
+  })();
+}
+
+// The host's tree was cleared (its world replaced): the module tells of the
+// new world's states but not of its nodes, so the page asks for the tree
+// again, as a new observer would.
+let treeAgain = null;
+function readTreeAgain() {
+  clearTimeout(treeAgain);
+  treeAgain = setTimeout(async () => {
+    if (!commands || renewing) return;
+    await commands.call(notices.tree, 'UnRegisterTreeObserver', ['session'], { label: 'Reading the new tree', effects: null, done: () => '' });
+    await registerTree();
+  }, 200);
+}
+
+// ---- start --------------------------------------------------------------------
 
 async function start() {
+  drawLegend();
+  showTreeSelection();
+  showLoading(true);
   wirePanels();
-  session = await Session.open(onEvent, (reason) => status(`session ended: ${reason}`));
+  try {
+    host = await HostState.open();
+  } catch (error) {
+    banner.show('connection', `The program does not answer (${error.message}). Start it with scripts/devhost.sh, then reload.`,
+      'Reload the page', () => location.reload());
+    throw error;
+  }
+  hostPanel = new HostPanel(host, { progress: $('#progress'), workflow: $('#workflow'), traces: $('#traces') });
+  session = await Session.open(onEvent, sessionEnded);
+  commands = new Commands({ session, host, banner, afterCall: traceSoon });
+  followHost();
+  try {
+    new Viewer($('#viewer-pane'), host);
+  } catch (error) {
+    $('#viewer-caption').textContent = `The viewer could not start: ${error.message}`;
+  }
   page.session = session.id;
   page.registeredAt = performance.now();
-  await session.call('RegisterTreeObserver', 'session');
-  status(`session ${session.id}`);
-  // The tree first: the host's state (a scene of every shape instance) is
-  // read once the module has sent its documents.
-  await host.settle();
-  await refreshHost();
-  pollTraces();
+  await registerTree();
+  await request('POST', '/host/settle', {});
+  // A world without a tree sends no mapping at all.
+  await new Promise((resolve) => setTimeout(resolve, page.mappingBegun ? 0 : 1500));
+  if (!page.mappingBegun && !model.size) {
+    showLoading(false);
+    $('#tree-count').textContent = 'no tree: the module sent none';
+  }
+  hostPanel.readTraces();
   page.ready = true;
   document.body.dataset.ready = 'true';
 }
 
-start().catch(report);
+start().catch((error) => {
+  notices.toolbar.failed(`The page could not start: ${error.message}`);
+  console.error(error);
+});

@@ -14,6 +14,23 @@ export const STATES = {
   9: 'no state',
 };
 
+// A short name of each state, for the legend and the tooltips.
+export const STATE_NAMES = {
+  1: 'Shown, nothing below',
+  2: 'Hidden, nothing below',
+  3: 'Shown, some below',
+  4: 'Hidden, some below',
+  5: 'Shown, all below',
+  6: 'Hidden, all below shown',
+  7: 'Thumbnail',
+  8: 'Partly shown',
+  9: 'No state',
+};
+
+// States whose click the module answers by hiding the branch; it shows
+// (loads) the branch for the other states but 9, for which it does neither.
+export const HIDING_STATES = new Set([1, 5, 6]);
+
 const parentPath = (idpath) => idpath.slice(0, Math.max(0, idpath.lastIndexOf('/')));
 
 // Leaves, most of a tree, share one empty list of children.
@@ -30,10 +47,21 @@ class TreeNode {
     this.parent = null;
     this.expanded = false;
     this.asked = false;
+    this.proxy = null;
   }
 
   get name() {
     return this.idpath.slice(this.idpath.lastIndexOf('/') + 1);
+  }
+
+  // A proxy whose branch the host has not read yet (its "proxy" is how it
+  // stands, from the host): it may have children that no document named.
+  get unread() {
+    return Boolean(this.proxy) && this.children.length === 0;
+  }
+
+  get expandable() {
+    return this.children.length > 0 || this.unread;
   }
 
   adopt(child) {
@@ -153,17 +181,47 @@ export class TreeModel {
   }
 
   // The rows a reader sees: every node whose ancestors are all expanded, in
-  // tree order, each with its depth.
-  visibleRows() {
+  // tree order, each with its depth. With a filter, the nodes it keeps and
+  // their ancestors, opened or not.
+  visibleRows(keep = null) {
     const rows = [];
     const stack = [];
     for (let i = this.roots.length - 1; i >= 0; i--) stack.push([this.roots[i], 0]);
     while (stack.length) {
       const [node, depth] = stack.pop();
+      if (keep && !keep.has(node)) continue;
       rows.push({ node, depth });
-      if (!node.expanded) continue;
+      if (!keep && !node.expanded) continue;
       for (let i = node.children.length - 1; i >= 0; i--) stack.push([node.children[i], depth + 1]);
     }
     return rows;
+  }
+
+  // The nodes whose names hold text (any case), and with them their
+  // ancestors; gives the set and the number of names that matched.
+  filter(text) {
+    const wanted = text.toLowerCase();
+    const keep = new Set();
+    let matches = 0;
+    for (const node of Object.values(this.byId)) {
+      if (!node.name.toLowerCase().includes(wanted)) continue;
+      matches++;
+      for (let up = node; up && !keep.has(up); up = up.parent) keep.add(up);
+    }
+    return { keep, matches };
+  }
+
+  nodes() {
+    return Object.values(this.byId);
+  }
+
+  // Marks the unread proxies: [{idpath, state}] as the host lists them.
+  markProxies(proxies) {
+    for (const node of Object.values(this.byId)) node.proxy = null;
+    const index = this.pathIndex();
+    for (const { idpath, state } of proxies) {
+      const node = index.get(idpath);
+      if (node) node.proxy = state;
+    }
   }
 }

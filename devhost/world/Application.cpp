@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "devhost/platform/Faults.h"
+#include "devhost/world/HostChanges.h"
 #include "devhost/world/ViewModel.h"
 #include "devhost/world/WorldLock.h"
 #include "devhost/world/WorldModel.h"
@@ -47,6 +48,7 @@ void SceneManagerImpl::AddView(const du::SmartPtr<qxk::View>& view) {
     du::SmartPtr<qxk::Scene> scene;
     view->GetScene(scene);
     AddScene(scene);
+    NoteHostChange({HostChange::Kind::Views});
 }
 
 void SceneManagerImpl::RemoveViews(const du::SmartPtr<qxk::Scene>& scene) {
@@ -65,6 +67,7 @@ void SceneManagerImpl::RemoveViews(const du::SmartPtr<qxk::Scene>& scene) {
         }
         for (const auto& view : gone) RetireView(view);
     }
+    if (!gone.empty()) NoteHostChange({HostChange::Kind::Views});
     if (activeGone) NotifyActiveView(nullptr);
 }
 

@@ -6,6 +6,7 @@
 #include "devhost/platform/Faults.h"
 #include "devhost/platform/Timers.h"
 #include "devhost/world/AsyncEvents.h"
+#include "devhost/world/HostChanges.h"
 #include "devhost/world/WorldLock.h"
 #include "qxmk/WebProgressEvent.h"
 
@@ -76,6 +77,7 @@ void WebProgressEvent::StartProgress(du::SmartPtr<qxk::Scene> scene, const std::
         display.refreshTicks = refreshTicks;
         devhost::Displays().push_back(display);
     }
+    devhost::NoteHostChange({devhost::HostChange::Kind::Progress, nullptr, nullptr, nullptr, {}, {}, display_->id});
     devhost::Refresh(*this, refreshTicks);
 }
 
@@ -86,6 +88,7 @@ void WebProgressEvent::SetPercentage(int percentage) {
     if (!display || !display->running) return;
     display->percentage = percentage;
     display->percentages.push_back(percentage);
+    devhost::NoteHostChange({devhost::HostChange::Kind::Progress, nullptr, nullptr, nullptr, {}, {}, display->id});
 }
 
 void WebProgressEvent::EndProgress() {
@@ -96,6 +99,8 @@ void WebProgressEvent::EndProgress() {
         devhost::WorldGuard guard(devhost::WorldMutex());
         if (devhost::ProgressDisplay* display = devhost::Find(*display_)) display->running = false;
     }
+    if (display_->id != 0)
+        devhost::NoteHostChange({devhost::HostChange::Kind::Progress, nullptr, nullptr, nullptr, {}, {}, display_->id});
     // An ended display has done its work, as a completed event has, and goes
     // the same way when made to release when done: a client that loads all
     // day leaves no display behind per load.

@@ -5,6 +5,7 @@
 #include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/world/Concrete.h"
+#include "devhost/world/HostChanges.h"
 #include "devhost/world/InstanceNode.h"
 #include "devhost/world/WorldLock.h"
 #include "qxk/illustration/Illustration3dScene.h"
@@ -40,6 +41,8 @@ void FlushChanges(qxk::Observable& observable) {
         for (const auto& l : state.listeners) listeners.push_back(l.second);
     }
     for (const auto& listener : listeners) listener(changed);
+    if (auto* scene = HostChangesObserved() ? dynamic_cast<qxk::Scene*>(&observable) : nullptr)
+        NoteHostChange({HostChange::Kind::Shapes, CountedIfAlive(scene), nullptr, nullptr, std::move(changed)});
 }
 
 int AddSceneListener(qxk::Observable& observable, SceneListener listener) {
@@ -54,6 +57,16 @@ void RemoveSceneListener(qxk::Observable& observable, int id) {
     auto& listeners = observable.GetObservableState().listeners;
     listeners.erase(std::remove_if(listeners.begin(), listeners.end(), [id](const auto& l) { return l.first == id; }),
                     listeners.end());
+}
+
+void RestoreOwnColor(qxk::ShapeInstance& shape) {
+    WorldGuard guard(WorldMutex());
+    ShapeInstanceImpl& self = Impl(shape);
+    if (!self.painted) return;
+    self.color = dg::Color();
+    self.painted = false;
+    if (self.scene)
+        NoteHostChange({HostChange::Kind::Shapes, CountedIfAlive<qxk::Scene>(self.scene), nullptr, nullptr, {self.instance}});
 }
 
 du::SmartPtr<ShapeInstanceImpl> FindShape(const qxk::ShapeScene& scene, const qxk::Instance* instance) {
@@ -71,6 +84,8 @@ bool SetShapeVisible(qxk::ShapeScene& scene, const du::SmartPtr<qxk::Instance>& 
             shape->visible = visible;
         } else {
             shapes.Add(instance.get(), new ShapeInstanceImpl(instance, &scene, visible));
+            if (HostChangesObserved())
+                NoteHostChange({HostChange::Kind::ShapesAdded, CountedIfAlive(&scene), nullptr, nullptr, {instance}});
         }
         NoteChange(scene, instance);
     }
@@ -171,6 +186,9 @@ du::SmartPtr<ShapeInstance> ShapeScene::AddShapeInstance(const du::SmartPtr<Inst
             new devhost::ShapeInstanceImpl(instance, this, mode != AM_Hidden));
         state.shapes.Add(instance.get(), made);
         devhost::NoteChange(*this, instance);
+        if (devhost::HostChangesObserved())
+            devhost::NoteHostChange(
+                {devhost::HostChange::Kind::ShapesAdded, devhost::CountedIfAlive(this), nullptr, nullptr, {instance}});
         result = made;
     }
     devhost::FlushChanges(*this);
@@ -218,7 +236,11 @@ void ShapeInstance::SetColor(const dg::Color& color, bool temporary, bool redraw
     devhost::WorldGuard guard(devhost::WorldMutex());
     devhost::ShapeInstanceImpl& self = devhost::Impl(*this);
     self.color = color;
+    self.painted = true;
     self.colorCalls.push_back({color, temporary, redraw});
+    if (self.scene && devhost::HostChangesObserved())
+        devhost::NoteHostChange({devhost::HostChange::Kind::Shapes, devhost::CountedIfAlive<Scene>(self.scene), nullptr,
+                                 nullptr, {self.instance}});
 }
 
 dg::Color ShapeInstance::GetColor() const {

@@ -70,6 +70,9 @@ public:
     const du::SmartPtr<qxk::Instance> instance;
     qxk::ShapeScene* scene;  // null once the scene has gone
     bool visible;
+    // Set by a colour of its own (painting, a world file's colour); the
+    // viewer shows the shape's own colour while it is false.
+    bool painted = false;
     dg::Color color;
     std::vector<ColorCall> colorCalls;
     du::SmartPtr<du::RefCounted> extension;  // state that other host parts attach
@@ -98,6 +101,8 @@ void RemoveSceneListener(qxk::Observable& observable, int id);
 
 // Shows or hides the shape instance of an instance, making it if needed.
 bool SetShapeVisible(qxk::ShapeScene& scene, const du::SmartPtr<qxk::Instance>& instance, bool visible);
+// Takes back what painting did: the shape's own colour shows again.
+void RestoreOwnColor(qxk::ShapeInstance& shape);
 // The shape instance of an instance in a scene, or null.
 du::SmartPtr<ShapeInstanceImpl> FindShape(const qxk::ShapeScene& scene, const qxk::Instance* instance);
 

@@ -6,6 +6,7 @@
 #include "devhost/platform/CountedIfAlive.h"
 #include "devhost/platform/Faults.h"
 #include "devhost/world/Concrete.h"
+#include "devhost/world/HostChanges.h"
 #include "devhost/world/SceneModel.h"
 #include "devhost/world/WorldLock.h"
 #include "qxk/DocumentView.h"
@@ -161,12 +162,15 @@ void View::ZoomView(int code) {
     if (devhost::HitFault("qxk::View::ZoomView")) return;
     devhost::WorldGuard guard(devhost::WorldMutex());
     viewState_->zoomCodes.push_back(code);
+    devhost::NoteHostChange({devhost::HostChange::Kind::Zoom, nullptr, devhost::CountedIfAlive<View>(this), nullptr, {}, {}, code});
 }
 
 void IllustrationView::RunViewCommand(int command) {
     if (devhost::HitFault("qxk::IllustrationView::RunViewCommand")) return;
     devhost::WorldGuard guard(devhost::WorldMutex());
     GetViewState().viewCommands.push_back(command);
+    devhost::NoteHostChange(
+        {devhost::HostChange::Kind::ViewCommand, nullptr, devhost::CountedIfAlive<View>(this), nullptr, {}, {}, command});
 }
 
 void ShapeView::GetViewer(du::SmartPtr<ShapeViewer>& viewer) const {
@@ -207,6 +211,8 @@ void WorkflowManager::SendWorkflowMessage(const du::Symbol& workflow, const du::
         viewerObservers = self.viewerObservers;
         workflowObservers = self.workflowObservers;
         view = devhost::CountedIfAlive(self.view);
+        devhost::NoteHostChange({devhost::HostChange::Kind::WorkflowMessage, nullptr, view, nullptr, {}, {},
+                                 static_cast<int>(self.messages.size() - 1)});
     }
     // Observers hear on their own actor threads (devhost::NotifyObserver),
     // never on the thread of the sender.

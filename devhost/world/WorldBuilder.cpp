@@ -112,7 +112,15 @@ void WorldBuilder::AddShape(qxk::ShapeScene& scene, InstanceNode& instance, bool
 void WorldBuilder::AddShape(qxk::ShapeScene& scene, InstanceNode& instance, bool visible, const dg::Color& color) {
     AddShape(scene, instance, visible);
     WorldGuard guard(WorldMutex());
-    scene.GetSceneState().shapes.Find(&instance)->color = color;
+    ShapeInstanceImpl* shape = scene.GetSceneState().shapes.Find(&instance);
+    shape->color = color;
+    shape->painted = true;
+}
+
+void WorldBuilder::Place(InstanceNode& instance, const du::SmartPtr<ShapeGeometry>& shape, const Transform& transform) {
+    du::SmartPtr<WorldGeometry> geometry = GeometryOf(*world_);
+    if (placedShapes_.insert(shape.get()).second) geometry->shapes.push_back(shape);
+    geometry->placements[instance.uid] = Placement{shape, transform};
 }
 
 void WorldBuilder::AddMessages(const std::string& resource, const std::map<std::string, std::string>& texts) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "devhost/world/InstanceNode.h"
+#include "devhost/world/ShapeGeometry.h"
 #include "devhost/world/WorldModel.h"
 #include "dg/Color.h"
 #include "du/SmartPtr.h"
@@ -57,6 +58,9 @@ public:
     // Gives the instance a shape instance in the scene.
     void AddShape(qxk::ShapeScene& scene, InstanceNode& instance, bool visible);
     void AddShape(qxk::ShapeScene& scene, InstanceNode& instance, bool visible, const dg::Color& color);
+    // Gives the instance a shape's geometry, placed in the world by the
+    // transform; instances that share a shape share its geometry.
+    void Place(InstanceNode& instance, const du::SmartPtr<ShapeGeometry>& shape, const Transform& transform = kIdentity);
     // Texts of a message resource, such as "qxbase:qxkStrings".
     void AddMessages(const std::string& resource, const std::map<std::string, std::string>& texts);
 
@@ -69,6 +73,7 @@ private:
     du::SmartPtr<WorldModel> world_;
     std::string structureName_ = "structure";
     std::unordered_set<std::uint64_t> explicitIds_;
+    std::unordered_set<const ShapeGeometry*> placedShapes_;
     std::uint64_t lowestAuto_ = 0;
     std::uint64_t highestAuto_ = 0;
     std::vector<du::SmartPtr<qxk::Scene>> scenes_;

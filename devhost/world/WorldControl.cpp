@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "devhost/world/HostChanges.h"
 #include "devhost/world/WorldLock.h"
 
 namespace devhost {
@@ -81,8 +82,12 @@ InstancesChange ChangeInstances(const std::vector<std::string>& removeIdPaths,
         for (const std::string& path : removeIdPaths)
             // A path inside a branch removed before it is gone already.
             if (InstanceNode* node = tree.Find(path)) tree.Detach(*node, change);
-        for (const auto& scene : scenes)
-            for (const auto& gone : change.removed) scene->GetSceneState().shapes.Remove(gone.get());
+        for (const auto& scene : scenes) {
+            HostChange removed(HostChange::Kind::ShapesRemoved, scene);
+            for (const auto& gone : change.removed)
+                if (scene->GetSceneState().shapes.Remove(gone.get())) removed.ids.push_back(gone->uid);
+            if (!removed.ids.empty()) NoteHostChange(removed);
+        }
         NextWorldGeneration();
     }
     world->Tree().NotifyTree(change);

@@ -1,6 +1,7 @@
 #include "devhost/world/WorldFile.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <map>
@@ -114,22 +115,54 @@ ProxyStart Start(const Value& value, const std::string& place) {
     FailAt(place, "\"" + text + "\" is not one of \"unread\", \"expanded\", \"failed\", \"unexpandable\"");
 }
 
+// [xmin, ymin, zmin, xmax, ymax, zmax], each corner at most the other.
+Box ReadBox(const Value& value, const std::string& place) {
+    static const char* kWanted = "expected [xmin, ymin, zmin, xmax, ymax, zmax], finite numbers";
+    if (!value.IsArray() || value.Size() != 6) FailAt(place, kWanted);
+    float corners[6];
+    for (rapidjson::SizeType i = 0; i < 6; ++i) {
+        if (!value[i].IsNumber() || !std::isfinite(value[i].GetDouble())) FailAt(place, kWanted);
+        corners[i] = static_cast<float>(value[i].GetDouble());
+    }
+    Box box;
+    box.Add(corners[0], corners[1], corners[2]);
+    box.Add(corners[3], corners[4], corners[5]);
+    if (box.min[0] != corners[0] || box.min[1] != corners[1] || box.min[2] != corners[2])
+        FailAt(place, "the first corner is the lower one on every axis");
+    return box;
+}
+
 class FileReader {
 public:
     // Deeper structures are refused rather than read by deep recursion.
     static constexpr unsigned int kMaxDepth = 1000;
 
-    explicit FileReader(WorldBuilder& builder) : builder_(builder) {}
+    // With the structure given, the builder holds it already and the file
+    // must not name one.
+    FileReader(WorldBuilder& builder, bool structureGiven) : builder_(builder), structureGiven_(structureGiven) {}
 
     void Read(const Value& root) {
         Object(root, "");
+        if (structureGiven_) {
+            for (const char* key : {"actorName", "tree", "structure"})
+                if (Optional(root, key)) FailAt(std::string("/") + key, "the model gives the structure and the world");
+        }
         if (const Value* name = Optional(root, "structureName")) builder_.SetStructureName(Text(*name, "/structureName"));
+        if (!structureGiven_) Structure(root);
+        ReadSections(root);
+    }
+
+private:
+    void Structure(const Value& root) {
         const bool withTree = static_cast<bool>(builder_.World().tree);
         const Value* structureValue = withTree ? &Need(root, "structure", "") : Optional(root, "structure");
         if (!structureValue) structureValue = &kNoInstances;
         const Value& structure = Array(*structureValue, "/structure");
         if (!withTree && structure.Size() != 0) FailAt("/structure", "a world with no tree has no instances");
         for (rapidjson::SizeType i = 0; i < structure.Size(); ++i) Node(structure[i], nullptr, At("/structure", i));
+    }
+
+    void ReadSections(const Value& root) {
         if (const Value* scenes = Optional(root, "scenes")) {
             Array(*scenes, "/scenes");
             for (rapidjson::SizeType i = 0; i < scenes->Size(); ++i) Scene((*scenes)[i], At("/scenes", i));
@@ -163,11 +196,10 @@ public:
         }
     }
 
-private:
     void Node(const Value& node, InstanceNode* parent, const std::string& place, unsigned int depth = 0) {
         if (depth >= kMaxDepth) FailAt(place, "the structure is deeper than " + std::to_string(kMaxDepth) + " levels");
         Object(node, place);
-        OnlyKeys(node, place, {"name", "uid", "children", "proxy"});
+        OnlyKeys(node, place, {"name", "uid", "children", "proxy", "box"});
         std::string name = Text(Need(node, "name", place), At(place, "name"));
         std::uint64_t uid = 0;
         if (const Value* id = Optional(node, "uid")) {
@@ -180,6 +212,8 @@ private:
         } catch (const std::invalid_argument& e) {
             FailAt(place, e.what());
         }
+        if (const Value* box = Optional(node, "box"))
+            builder_.Place(*made, MakeBoxShape(ReadBox(*box, At(place, "box")), name));
         const Value* proxy = Optional(node, "proxy");
         const Value* children = Optional(node, "children");
         if (proxy && children) FailAt(place, "a proxy has its children inside \"proxy\"");
@@ -316,6 +350,7 @@ private:
     }
 
     WorldBuilder& builder_;
+    const bool structureGiven_;
 };
 
 std::string LineAndColumn(const std::string& text, std::size_t offset) {
@@ -330,6 +365,14 @@ std::string LineAndColumn(const std::string& text, std::size_t offset) {
         }
     }
     return "line " + std::to_string(line) + ", column " + std::to_string(column);
+}
+
+// Iterative, so that a deeply nested file cannot exhaust the stack.
+void ParseWorldText(const std::string& text, rapidjson::Document& document) {
+    document.Parse<rapidjson::kParseIterativeFlag>(text.c_str(), text.size());
+    if (document.HasParseError())
+        throw WorldFileError("at " + LineAndColumn(text, document.GetErrorOffset()) + ": " +
+                             rapidjson::GetParseError_En(document.GetParseError()));
 }
 
 }  // namespace
@@ -351,11 +394,7 @@ void UnregisterWorldSection(const std::string& name) {
 du::SmartPtr<WorldModel> LoadWorldText(const std::string& text, const std::string& origin) {
     try {
         rapidjson::Document document;
-        // Iterative, so that a deeply nested file cannot exhaust the stack.
-        document.Parse<rapidjson::kParseIterativeFlag>(text.c_str(), text.size());
-        if (document.HasParseError())
-            throw WorldFileError("at " + LineAndColumn(text, document.GetErrorOffset()) + ": " +
-                                 rapidjson::GetParseError_En(document.GetParseError()));
+        ParseWorldText(text, document);
         std::string actorName = "world";
         bool withTree = true;
         if (document.IsObject()) {
@@ -363,8 +402,18 @@ du::SmartPtr<WorldModel> LoadWorldText(const std::string& text, const std::strin
             if (const Value* tree = Optional(document, "tree")) withTree = Flag(*tree, "/tree");
         }
         WorldBuilder builder(actorName, withTree);
-        FileReader(builder).Read(document);
+        FileReader(builder, false).Read(document);
         return builder.Publish();
+    } catch (const WorldFileError& e) {
+        throw WorldFileError(origin + ": " + e.what());
+    }
+}
+
+void ReadWorldSideText(const std::string& text, const std::string& origin, WorldBuilder& builder) {
+    try {
+        rapidjson::Document document;
+        ParseWorldText(text, document);
+        FileReader(builder, true).Read(document);
     } catch (const WorldFileError& e) {
         throw WorldFileError(origin + ": " + e.what());
     }

@@ -35,5 +35,10 @@ void UnregisterWorldSection(const std::string& name);
 du::SmartPtr<WorldModel> LoadWorldFile(const std::string& path);
 // The same for a text in memory; origin names it in errors.
 du::SmartPtr<WorldModel> LoadWorldText(const std::string& text, const std::string& origin = "<text>");
+// Reads the rest of a world whose structure came from elsewhere (a 3D model)
+// into the builder that holds it: a world file without "actorName", "tree"
+// and "structure". Throws WorldFileError naming origin and the place; the
+// caller publishes.
+void ReadWorldSideText(const std::string& text, const std::string& origin, WorldBuilder& builder);
 
 }  // namespace devhost

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "devhost/platform/Faults.h"
+#include "devhost/world/HostChanges.h"
 #include "devhost/world/WorldLock.h"
 #include "qxk/BaseInstanceVisitor.h"
 
@@ -115,6 +116,7 @@ void SetCurrentWorld(const du::SmartPtr<WorldModel>& world) {
         cleared.cleared = true;
         old->Tree().NotifyTree(cleared);
     }
+    if (old != world) NoteHostChange({HostChange::Kind::World});
 }
 
 du::SmartPtr<WorldModel> MakeWorld(const std::string& actorName, bool withTree) {

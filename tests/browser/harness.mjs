@@ -11,13 +11,16 @@ import { chromium } from 'playwright-core';
 export const CHROMIUM_FLAGS = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
   '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
-// Runs webapi-devhost with the given options and a token of its own, and
+// Runs webapi-devhost with the given options and a token of its own (or the
+// one the options give), on any free port unless the options name one, and
 // resolves once it serves with { url, token, stop }: url is the page's
 // address as the program printed it, token included.
 export function startHost(program, options = []) {
-  const token = randomBytes(16).toString('hex');
+  const token = options.includes('--token') ? options[options.indexOf('--token') + 1] : randomBytes(16).toString('hex');
   return new Promise((resolve, reject) => {
-    const child = spawn(program, [...options, '--port', '0', '--token', token], { stdio: ['ignore', 'pipe', 'inherit'] });
+    const port = options.includes('--port') ? [] : ['--port', '0'];
+    const own = options.includes('--token') ? [] : ['--token', token];
+    const child = spawn(program, [...options, ...port, ...own], { stdio: ['ignore', 'pipe', 'inherit'] });
     let output = '';
     child.stdout.on('data', (chunk) => {
       output += chunk;
@@ -36,11 +39,15 @@ function stopHost(child) {
   });
 }
 
+// WebGL without a GPU: Chromium's software renderer through ANGLE.
+export const WEBGL_FLAGS = ['--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
+
 // A browser with a new, empty profile; close() also removes the profile.
-export async function openBrowser(viewport = { width: 1400, height: 860 }) {
+// extraFlags go to Chromium as well (WEBGL_FLAGS for the 3D view).
+export async function openBrowser(viewport = { width: 1400, height: 860 }, extraFlags = []) {
   const profile = mkdtempSync(join(tmpdir(), 'webapi-chromium-'));
   const context = await chromium.launchPersistentContext(profile, {
-    executablePath: '/usr/bin/chromium', headless: true, args: CHROMIUM_FLAGS, viewport,
+    executablePath: '/usr/bin/chromium', headless: true, args: [...CHROMIUM_FLAGS, ...extraFlags], viewport,
   });
   const page = context.pages()[0] ?? await context.newPage();
   return {

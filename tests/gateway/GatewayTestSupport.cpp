@@ -55,6 +55,12 @@ std::string RunningGateway::OpenSession() {
 
 std::vector<std::string> RunningGateway::ReadEvents(const std::string& session, std::size_t count,
                                                     std::string* end, const std::string& since) {
+    return ReadStream("/api/events?session=" + session + (since.empty() ? "" : "&since=" + since), count,
+                      end);
+}
+
+std::vector<std::string> RunningGateway::ReadStream(const std::string& path, std::size_t count, std::string* end,
+                                                    const std::string& last) {
     std::vector<std::string> events;
     if (count == 0) return events;
     // Each stream is its own connection, so that closing it leaves the
@@ -62,8 +68,6 @@ std::vector<std::string> RunningGateway::ReadEvents(const std::string& session, 
     httplib::Client stream("127.0.0.1", port_);
     stream.set_bearer_token_auth(gateway_->Token().c_str());
     std::string pending;
-    const std::string path =
-        "/api/events?session=" + session + (since.empty() ? "" : "&since=" + since);
     stream.Get(path.c_str(),
                [&](const char* data, std::size_t length) {
                    pending.append(data, length);
@@ -78,6 +82,8 @@ std::vector<std::string> RunningGateway::ReadEvents(const std::string& session, 
                        if (block.rfind("id: ", 0) == 0 && data != std::string::npos)
                            events.push_back(block.substr(data + 6));
                        if (events.size() >= count) return false;
+                       if (!last.empty() && !events.empty() && events.back().find(last) != std::string::npos)
+                           return false;
                    }
                    return true;
                });

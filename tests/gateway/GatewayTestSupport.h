@@ -38,6 +38,10 @@ public:
     // come, then closes the stream. Each data event's text.
     std::vector<std::string> ReadEvents(const std::string& session, std::size_t count, std::string* end = nullptr,
                                         const std::string& since = "");
+    // The same for any event stream of the gateway, by its path; with last,
+    // until an event that it holds has come.
+    std::vector<std::string> ReadStream(const std::string& path, std::size_t count, std::string* end = nullptr,
+                                        const std::string& last = "");
 
     int Port() const { return port_; }
     const std::string& Token() const { return gateway_->Token(); }
