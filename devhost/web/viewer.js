@@ -164,6 +164,7 @@ export class Viewer {
   // geometry again when the scene is another, or when asked to.
   follow(reload) {
     const scene = this.hostState.activeScene();
+    this.fitButton.disabled = !scene;
     if (!scene) {
       this.drop();
       const view = this.hostState.views.find((each) => each.name === this.hostState.activeView);
