@@ -32,6 +32,7 @@ export class Viewer {
     hostState.addEventListener('resync', () => this.follow(true));
     hostState.addEventListener('change', (event) => this.onHostEvent(event.detail));
     this.follow(true);
+    // For benchmarks and tests that ask what is drawn where.
     window.webapiViewer = this;
   }
 
