@@ -7,6 +7,7 @@
 #include "devhost/gateway/GatewayContext.h"
 #include "devhost/gateway/HostState.h"
 #include "devhost/gateway/JsonReply.h"
+#include "devhost/gateway/WorkerPool.h"
 #include "devhost/world/Application.h"
 #include "devhost/world/WorldLock.h"
 
@@ -20,7 +21,10 @@ using Kind = HostChange::Kind;
 // the reader to read the host again, as a new world does.
 constexpr std::size_t kMostShapes = 20000;
 
-// Open host event streams at most: each holds one of the server's workers.
+// How long the writer waits, after a change, for the rest of its burst.
+constexpr std::chrono::milliseconds kBurst(5);
+
+// Open host event streams at most, of the gateway's streams.
 constexpr int kMostStreams = 16;
 
 const char* KindName(Kind kind) {
@@ -181,6 +185,8 @@ void HostEvents::Run() {
         {
             std::unique_lock<std::mutex> lock(inbox_->mutex);
             inbox_->noted.wait(lock, [&] { return inbox_->stopping || !inbox_->changes.empty(); });
+            // A moment for the rest of a burst, which then joins.
+            inbox_->noted.wait_for(lock, kBurst, [&] { return inbox_->stopping; });
             if (inbox_->stopping) return;
             changes.swap(inbox_->changes);
         }
@@ -333,14 +339,19 @@ void Events(GatewayContext& context, const std::shared_ptr<HostEvents>& events,
         return;
     }
     if (since.empty()) after = events->Last();
-    if (open->fetch_add(1) >= kMostStreams) {
+    WorkerPool* pool = context.pool.load();
+    if (open->fetch_add(1) >= kMostStreams || !pool || !pool->BeginStream()) {
         open->fetch_sub(1);
         ReplyError(response, 503, "too-many-streams",
                    "at most " + std::to_string(kMostStreams) + " host event streams are served at once");
         return;
     }
-    // The count is given back when httplib lets go of the provider.
-    std::shared_ptr<void> held(nullptr, [open](void*) { open->fetch_sub(1); });
+    // The stream's thread and count are given back when httplib lets go of
+    // the provider.
+    std::shared_ptr<void> held(nullptr, [open, pool](void*) {
+        open->fetch_sub(1);
+        pool->EndStream();
+    });
     auto next = std::make_shared<std::uint64_t>(after);
     response.set_header("Cache-Control", "no-store");
     response.set_chunked_content_provider(

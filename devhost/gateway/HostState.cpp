@@ -11,6 +11,7 @@
 #include "devhost/world/InstanceNode.h"
 #include "devhost/world/WorldControl.h"
 #include "devhost/world/WorldLock.h"
+#include "devhost/world/WorldModel.h"
 
 namespace devhost::gateway {
 
@@ -267,6 +268,32 @@ void WritePending(Json& out, JsonAllocator& allocator, const StateLimits&) {
     out.AddMember("applies", applies, allocator);
 }
 
+// Proxies whose branch is unread: a page shows them as branches, which the
+// tree documents cannot tell from leaves.
+void WriteProxies(Json& out, JsonAllocator& allocator, const StateLimits&) {
+    out.SetArray();
+    du::SmartPtr<WorldModel> world = CurrentWorld();
+    if (!world || !world->tree) return;
+    WorldGuard guard(WorldMutex());
+    std::vector<const InstanceNode*> stack;
+    for (const auto& root : world->Tree().roots) stack.push_back(root.get());
+    while (!stack.empty()) {
+        const InstanceNode* node = stack.back();
+        stack.pop_back();
+        for (const auto& child : node->children) stack.push_back(child.get());
+        const ProxyInfo* proxy = node->UnreadProxy();
+        if (!proxy) continue;
+        Json item(rapidjson::kObjectType);
+        item.AddMember("idpath", Text(node->IdPath(), allocator), allocator);
+        item.AddMember("state", rapidjson::StringRef(proxy->failed        ? "failed"
+                                                     : !proxy->expandable ? "unexpandable"
+                                                     : proxy->reading     ? "reading"
+                                                                          : "unread"),
+                       allocator);
+        out.PushBack(item, allocator);
+    }
+}
+
 }  // namespace
 
 Json ViewNameJson(const du::SmartPtr<qxk::View>& view, JsonAllocator& allocator) {
@@ -375,6 +402,7 @@ const std::vector<StateSection>& StateSections() {
         {"moduleCalls", WriteModuleCalls}, {"progress", WriteProgress},
         {"appliedSets", WriteAppliedSets}, {"crossSelection", WriteCrossSelection},
         {"pending", WritePending},         {"pluginLink", WritePluginLink},
+        {"proxies", WriteProxies},
     };
     return sections;
 }

@@ -10,7 +10,7 @@ import { hexColor, parseDocument, parseTreeDocument, parseViewable } from './doc
 import { HostPanel } from './hostPanel.js';
 import { HostState } from './hostState.js';
 import { Banner, Notices } from './notices.js';
-import { STATE_NAMES, STATES, SHOWN_STATES, TreeModel } from './treeModel.js';
+import { STATE_NAMES, STATES, HIDING_STATES, TreeModel } from './treeModel.js';
 import { TreeMenu } from './treeMenu.js';
 import { ICONS, TreeView } from './treeView.js';
 import { Viewer } from './viewer.js';
@@ -56,13 +56,19 @@ const treeView = new TreeView($('#tree'), model, {
       { label: ask.length === 1 ? `Reading ${ask[0].name}` : `Reading ${ask.length} branches`, effects: null,
         done: () => '' });
   },
+  onReadProxy: async (node) => {
+    await toggleVisibility(node, [], `Reading ${node.name}`);
+    // A branch that stayed unread stays closed.
+    if (node.unread) node.expanded = false;
+    treeView.refresh();
+  },
   onSelect: () => showTreeSelection(),
   onMenu: (node, x, y) => openMenu(node, x, y),
 });
 
-async function toggleVisibility(node, others) {
-  const hide = SHOWN_STATES.has(node.state);
-  const label = `${hide ? 'Hiding' : 'Showing'} ${node.name}`;
+async function toggleVisibility(node, others, label = null) {
+  const hide = HIDING_STATES.has(node.state);
+  label ??= `${hide ? 'Hiding' : 'Showing'} ${node.name}`;
   const before = await traceMark();
   await commands.call(notices.tree, 'SelectTreeNodes', [JSON.stringify({
     primaryNode: node.id, selectedNodes: others.map((other) => other.id),
@@ -73,7 +79,10 @@ async function toggleVisibility(node, others) {
     // in the trace.
     check: async () => {
       const failed = await traceLines(before, (text) => text.includes(' is a proxy that failed to expand.'));
-      return failed.length ? `${node.name} could not be shown: the host failed to read its branch (${failed[0].trim()})` : null;
+      if (node.proxy) markProxies(await host.readProxies().catch(() => host.proxies));
+      if (failed.length) return `${node.name} could not be shown: the host failed to read its branch (${failed[0].trim()})`;
+      if (node.proxy === 'failed') return `${node.name} could not be read: the host failed to read its branch.`;
+      return null;
     },
   });
 }
@@ -109,7 +118,7 @@ function showTreeSelection() {
 
 function openMenu(node, x, y) {
   const targets = treeView.selected.has(node) ? selectedNodes() : [node];
-  const hide = SHOWN_STATES.has(node.state);
+  const hide = HIDING_STATES.has(node.state);
   menu.open([
     { label: hide ? 'Hide' : 'Show', run: () => toggleVisibility(node, targets.filter((other) => other !== node)) },
     { label: 'Paint', run: () => paint(targets) },
@@ -138,6 +147,11 @@ async function selectInViewer(node, quiet = false) {
 
 async function zoomTo(node) {
   if (await selectInViewer(node, true)) await commands.call(notices.tree, 'ZoomToSelected', [0], { label: `Zoom to ${node.name}` });
+}
+
+function markProxies(proxies) {
+  model.markProxies(proxies);
+  treeView.refresh();
 }
 
 // ---- the viewer's selection ---------------------------------------------------
@@ -208,20 +222,45 @@ async function activateView(name, notice = notices.toolbar) {
   }
 }
 
-// Says that a call switched the view, with a way back.
+// Says that a call switched the view, with a way back: to the view, or,
+// when the host took it away with its scene, to a world that has it.
+let viewSwitch = null;
+
 function noteViewSwitch(what, from, to) {
+  viewSwitch = { what, from, to };
+  drawViewSwitch();
+}
+
+// Drawn again when the host's views are read again: the host tells that
+// views went before the page knows which.
+function drawViewSwitch() {
   const note = $('#views-note');
-  note.textContent = `${what} switched the view from ${from ?? 'none'} to ${to ?? 'none'}. `;
-  if (from) {
-    const back = document.createElement('button');
-    back.type = 'button';
-    back.textContent = `Back to ${from}`;
-    back.addEventListener('click', async () => {
-      await activateView(from);
-      note.textContent = '';
-    });
-    note.append(back);
-  }
+  if (!viewSwitch) return;
+  const { what, from, to } = viewSwitch;
+  const kept = host.views.some((view) => view.name === from);
+  note.textContent = `${what} switched the view from ${from ?? 'none'} to ${to ?? 'none'}`
+    + `${from && !kept ? `, and the host removed ${from} with its scene` : ''}. `;
+  if (!from) return;
+  const back = document.createElement('button');
+  back.type = 'button';
+  back.textContent = kept ? `Back to ${from}` : 'Load the sample world again';
+  back.addEventListener('click', async () => {
+    if (kept) {
+      await activateView(from, notices.sets);
+    } else {
+      notices.sets.busy('Loading the sample world…');
+      try {
+        await request('POST', '/host/control', { action: 'loadWorld', path: '' });
+        notices.sets.done('The sample world is loaded again');
+      } catch (error) {
+        notices.sets.failed(`Loading the sample world failed: ${error.message}`);
+        return;
+      }
+    }
+    viewSwitch = null;
+    note.textContent = '';
+  });
+  note.append(back);
 }
 
 // ---- callbacks ----------------------------------------------------------------
@@ -253,11 +292,15 @@ function onEvent(arrived, event) {
           document.body.dataset.treeReady = String(model.size);
         });
       }
-      if (parsed?.clearTree) showLoading(true);
+      if (parsed?.clearTree) {
+        showLoading(true);
+        readTreeAgain();
+      }
       break;
     }
     case 'OnTreeMappingEnd':
       if (model.size) showLoading(false);
+      if (host) markProxies(host.proxies);
       showHostSelection();
       break;
     // The request id is the only argument of the start and the end.
@@ -502,6 +545,8 @@ function followHost() {
   };
   host.addEventListener('resync', () => {
     redraw();
+    markProxies(host.proxies);
+    drawViewSwitch();
     hostPanel.readTraces();
   });
   host.addEventListener('change', ({ detail: event }) => {
@@ -550,6 +595,57 @@ function traceSoon() {
   }, 200);
 }
 
+// ---- the session ----------------------------------------------------------------
+
+async function registerTree() {
+  const registered = await commands.call(notices.toolbar, 'RegisterTreeObserver', ['session'],
+    { label: 'Registering the tree observer', effects: null });
+  if (registered) notices.toolbar.done(`Session ${session.id}`);
+  return registered;
+}
+
+// A session that a program started anew does not know ends; once the
+// program answers again the page opens a new one and reads the tree again.
+let renewing = null;
+function sessionEnded(reason) {
+  if (renewing) return;
+  if (!/unknown-session|session-ended|^404|^410/.test(reason)) {
+    banner.show('session', `The page's session ended (${reason}). Reload the page for a new one.`, 'Reload the page', () => location.reload());
+    return;
+  }
+  renewing = (async () => {
+    while (!host.connected) await new Promise((resolve) => host.addEventListener('connection', resolve, { once: true }));
+    try {
+      session = await Session.open(onEvent, sessionEnded);
+      commands.session = session;
+      page.session = session.id;
+      model.clear();
+      page.treeLoaded = false;
+      page.mappingBegun = false;
+      treeView.refresh();
+      showLoading(true);
+      if (await registerTree()) notices.toolbar.done('Connected again to a program started anew: a new session reads its tree');
+    } catch (error) {
+      banner.show('session', `A new session could not be opened (${error.message}). Reload the page.`, 'Reload the page', () => location.reload());
+    } finally {
+      renewing = null;
+    }
+  })();
+}
+
+// The host's tree was cleared (its world replaced): the module tells of the
+// new world's states but not of its nodes, so the page asks for the tree
+// again, as a new observer would.
+let treeAgain = null;
+function readTreeAgain() {
+  clearTimeout(treeAgain);
+  treeAgain = setTimeout(async () => {
+    if (!commands || renewing) return;
+    await commands.call(notices.tree, 'UnRegisterTreeObserver', ['session'], { label: 'Reading the new tree', effects: null, done: () => '' });
+    await registerTree();
+  }, 200);
+}
+
 // ---- start --------------------------------------------------------------------
 
 async function start() {
@@ -565,9 +661,7 @@ async function start() {
     throw error;
   }
   hostPanel = new HostPanel(host, { progress: $('#progress'), workflow: $('#workflow'), traces: $('#traces') });
-  session = await Session.open(onEvent, (reason) => {
-    banner.show('session', `The page's session ended (${reason}). Reload the page for a new one.`, 'Reload the page', () => location.reload());
-  });
+  session = await Session.open(onEvent, sessionEnded);
   commands = new Commands({ session, host, banner, afterCall: traceSoon });
   followHost();
   try {
@@ -577,8 +671,7 @@ async function start() {
   }
   page.session = session.id;
   page.registeredAt = performance.now();
-  const registered = await commands.call(notices.toolbar, 'RegisterTreeObserver', ['session'], { label: 'Registering the tree observer', effects: null });
-  if (registered) notices.toolbar.done(`Session ${session.id}`);
+  await registerTree();
   await request('POST', '/host/settle', {});
   // A world without a tree sends no mapping at all.
   await new Promise((resolve) => setTimeout(resolve, page.mappingBegun ? 0 : 1500));

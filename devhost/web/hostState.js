@@ -8,7 +8,7 @@
 
 import { apiUrl, request } from './api.js';
 
-const SECTIONS = ['activeView', 'views', 'scenes', 'progress', 'appliedSets', 'moduleCalls', 'crossSelection'];
+const SECTIONS = ['activeView', 'views', 'scenes', 'progress', 'appliedSets', 'moduleCalls', 'crossSelection', 'proxies'];
 const RETRY_FIRST_MS = 500;
 const RETRY_MOST_MS = 8000;
 // Calls of the host's modules and of the plug-in link kept for the page.
@@ -34,6 +34,7 @@ export class HostState extends EventTarget {
     this.moduleCalls = [];
     this.pluginLinks = [];
     this.crossSelection = null;
+    this.proxies = [];
     this.connected = false;
     this.lastSeq = null;
     this.source = null;
@@ -143,7 +144,14 @@ export class HostState extends EventTarget {
     this.appliedSets = state.appliedSets;
     this.moduleCalls = state.moduleCalls.slice(-KEEP_CALLS);
     this.crossSelection = state.crossSelection;
+    this.proxies = state.proxies ?? [];
     this.dispatchEvent(new CustomEvent('resync'));
+  }
+
+  // The unread proxies again (a read of one has ended).
+  async readProxies() {
+    this.proxies = (await request('GET', '/host/state?sections=proxies')).proxies;
+    return this.proxies;
   }
 
   // A whole read later, once a burst of such events has passed.

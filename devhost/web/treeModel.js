@@ -27,8 +27,9 @@ export const STATE_NAMES = {
   9: 'No state',
 };
 
-// States in which the node itself shows: its eye hides it.
-export const SHOWN_STATES = new Set([1, 3, 5, 8]);
+// States whose click the module answers by hiding the branch; it shows
+// (loads) the branch for the other states but 9, for which it does neither.
+export const HIDING_STATES = new Set([1, 5, 6]);
 
 const parentPath = (idpath) => idpath.slice(0, Math.max(0, idpath.lastIndexOf('/')));
 
@@ -46,16 +47,17 @@ class TreeNode {
     this.parent = null;
     this.expanded = false;
     this.asked = false;
+    this.proxy = null;
   }
 
   get name() {
     return this.idpath.slice(this.idpath.lastIndexOf('/') + 1);
   }
 
-  // A proxy whose branch the host has not read yet: it may have children
-  // that no document has named.
+  // A proxy whose branch the host has not read yet (its "proxy" is how it
+  // stands, from the host): it may have children that no document named.
   get unread() {
-    return this.loaded === false && this.children.length === 0;
+    return Boolean(this.proxy) && this.children.length === 0;
   }
 
   get expandable() {
@@ -211,5 +213,15 @@ export class TreeModel {
 
   nodes() {
     return Object.values(this.byId);
+  }
+
+  // Marks the unread proxies: [{idpath, state}] as the host lists them.
+  markProxies(proxies) {
+    for (const node of Object.values(this.byId)) node.proxy = null;
+    const index = this.pathIndex();
+    for (const { idpath, state } of proxies) {
+      const node = index.get(idpath);
+      if (node) node.proxy = state;
+    }
   }
 }

@@ -7,7 +7,7 @@
 // argument of Paint and Read colour) and the viewer's (the host's scene
 // selection), marked apart.
 
-import { SHOWN_STATES, STATE_NAMES, STATES } from './treeModel.js';
+import { HIDING_STATES, STATE_NAMES, STATES } from './treeModel.js';
 
 const ROW = 24;
 const TYPE_AHEAD_MS = 700;
@@ -133,12 +133,12 @@ export class TreeView {
       const twisty = expandable
         ? `<button class="twisty" tabindex="-1" aria-label="${open ? 'Collapse' : 'Expand'} ${name}">${open ? '▾' : '▸'}</button>`
         : '<span class="twisty"></span>';
-      const eye = `<button class="vis" tabindex="-1" aria-label="${SHOWN_STATES.has(state) ? 'Hide' : 'Show'} ${name}" title="${escapeHtml(stateTitle(state))}" data-state="${state}">`
+      const eye = `<button class="vis" tabindex="-1" aria-label="${HIDING_STATES.has(state) ? 'Hide' : 'Show'} ${name}" title="${escapeHtml(stateTitle(state))}" data-state="${state}">`
         + `<svg viewBox="0 0 18 18" aria-hidden="true">${ICONS[state]}</svg></button>`;
       html.push(`<div class="${classes.join(' ')}" ${attributes} data-row="${i}" style="top:${i * ROW}px;padding-left:${depth * 16 + 2}px">`
         + twisty + eye
         + `<span class="name">${this.highlight(node.name)}</span>`
-        + (node.unread ? '<span class="note" title="A branch the host has not read yet">not read</span>' : '')
+        + (node.unread ? `<span class="note" title="${node.proxy === 'failed' ? 'The host failed to read this branch' : 'A branch the host has not read yet'}">${node.proxy === 'failed' ? 'could not be read' : 'not read'}</span>` : '')
         + (node.children.length ? `<span class="type" aria-hidden="true">${node.children.length}</span>` : '')
         + (inViewer ? '<span class="viewer-mark" title="Selected in the viewer" aria-hidden="true">◆</span>' : '')
         + '</div>');
@@ -197,7 +197,9 @@ export class TreeView {
   toggle(node, open = !node.expanded) {
     if (!node.expandable || node.expanded === open) return;
     node.expanded = open;
-    if (open) this.callbacks.onExpand([node]);
+    // An unread branch opens by being read, as showing it reads it.
+    if (open && node.unread) this.callbacks.onReadProxy(node);
+    else if (open) this.callbacks.onExpand([node]);
     this.layout();
     this.draw();
   }

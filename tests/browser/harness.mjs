@@ -11,15 +11,16 @@ import { chromium } from 'playwright-core';
 export const CHROMIUM_FLAGS = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
   '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
-// Runs webapi-devhost with the given options and a token of its own, on any
-// free port unless the options name one, and resolves once it serves with
-// { url, token, stop }: url is the page's address as the program printed
-// it, token included.
+// Runs webapi-devhost with the given options and a token of its own (or the
+// one the options give), on any free port unless the options name one, and
+// resolves once it serves with { url, token, stop }: url is the page's
+// address as the program printed it, token included.
 export function startHost(program, options = []) {
-  const token = randomBytes(16).toString('hex');
+  const token = options.includes('--token') ? options[options.indexOf('--token') + 1] : randomBytes(16).toString('hex');
   return new Promise((resolve, reject) => {
     const port = options.includes('--port') ? [] : ['--port', '0'];
-    const child = spawn(program, [...options, ...port, '--token', token], { stdio: ['ignore', 'pipe', 'inherit'] });
+    const own = options.includes('--token') ? [] : ['--token', token];
+    const child = spawn(program, [...options, ...port, ...own], { stdio: ['ignore', 'pipe', 'inherit'] });
     let output = '';
     child.stdout.on('data', (chunk) => {
       output += chunk;

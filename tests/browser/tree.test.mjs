@@ -118,11 +118,23 @@ try {
   await page.getByRole('button', { name: 'Expand all' }).click();
   assert.ok(await page.getByRole('treeitem').count() > 20, 'Expand all opens every branch');
 
+  // ---- unread proxies: shown as branches; opening one reads it ----
+  await page.getByRole('button', { name: 'Collapse all' }).click();
+  await page.getByRole('button', { name: 'Expand drone' }).click();
+  assert.equal(await item('camera_gimbal').getAttribute('aria-expanded'), 'false', 'an unread proxy is a branch');
+  await page.getByRole('button', { name: 'Expand camera_gimbal' }).click();
+  await item('yaw_motor').waitFor();
+  // A proxy whose read fails says so where the user acted, and stays closed.
+  await page.getByRole('button', { name: 'Expand landing_gear' }).click();
+  await page.waitForFunction(() => /landing_gear could not be read/.test(document.querySelector('#tree-alert').textContent));
+  assert.equal(await item('landing_gear').getAttribute('aria-expanded'), 'false');
+  await page.screenshot({ path: join(artefacts, 'tree-proxies.png') });
+
   // ---- the legend ----
   await page.getByText('Legend').click();
   for (const name of ['Shown, nothing below', 'Hidden, nothing below', 'Thumbnail', 'No state'])
     await page.getByText(name, { exact: true }).waitFor();
-  assert.match(await page.getByRole('button', { name: 'Show arm_2' }).getAttribute('title'), /^Hidden/);
+  assert.match(await page.getByRole('button', { name: 'Show landing_gear' }).getAttribute('title'), /^Hidden/);
   assert.deepEqual(errors, [], 'the page raises no error');
 } finally {
   await browser.close();
