@@ -28,7 +28,13 @@ export class Viewer {
     this.visibleCount = 0;
     this.frameRequested = false;
     this.buildPane();
-    this.buildScene();
+    try {
+      this.buildScene();
+    } catch (error) {
+      // A browser without WebGL keeps the rest of the page working.
+      this.say(`This browser draws no WebGL, so the viewer pane cannot show the scene (${error.message}).`);
+      return;
+    }
     hostState.addEventListener('resync', () => this.follow(true));
     hostState.addEventListener('change', (event) => this.onHostEvent(event.detail));
     this.follow(true);
