@@ -61,8 +61,9 @@ const du::SmartPtr<ShapeGeometry>& UnitCube() {
 }
 
 // A shape instance of an instance that has no geometry of its own (one
-// added at run time) stands as a box over its nearest placed ancestor's, or
-// a tenth of the scene's, so that it can be seen and picked.
+// added at run time) stands as a box over its nearest placed ancestor's or,
+// without one, as a box a tenth of the scene's size standing on top of the
+// scene, so that it can be seen and picked.
 void PlaceUnplaced(std::vector<Drawn>& drawn, const std::vector<const InstanceNode*>& nodes,
                    const WorldGeometry* geometry) {
     Box scene;
@@ -75,9 +76,10 @@ void PlaceUnplaced(std::vector<Drawn>& drawn, const std::vector<const InstanceNo
     if (scene.Empty()) scene.Add(0, 0, 0);
     Box tenth;
     for (int axis = 0; axis < 3; ++axis) {
-        const float middle = (scene.min[axis] + scene.max[axis]) / 2, half = (scene.max[axis] - scene.min[axis]) / 20;
-        tenth.min[axis] = middle - std::max(half, 0.5f);
-        tenth.max[axis] = middle + std::max(half, 0.5f);
+        const float middle = (scene.min[axis] + scene.max[axis]) / 2;
+        const float half = std::max((scene.max[axis] - scene.min[axis]) / 20, 0.5f);
+        tenth.min[axis] = axis == 1 ? scene.max[1] : middle - half;
+        tenth.max[axis] = axis == 1 ? scene.max[1] + 2 * half : middle + half;
     }
     for (std::size_t i = 0; i < drawn.size(); ++i) {
         if (drawn[i].shape) continue;

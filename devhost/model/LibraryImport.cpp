@@ -85,6 +85,8 @@ private:
 
 }  // namespace
 
+bool ReadsCapped() { return !kSanitized; }
+
 LibraryImport::LibraryImport(const std::string& path) {
     std::lock_guard<std::mutex> lock(ImportMutex());
     Assimp::DefaultLogger::create("", Assimp::Logger::NORMAL, 0);

@@ -15,6 +15,10 @@ namespace devhost::model {
 // when the library drops data it could not use (faces with indices out of
 // range, a missing material), or when reading would take more memory than a
 // model of its size can need.
+// Whether the library reads with the address space capped (not in sanitizer
+// builds, whose shadow memory takes terabytes of it).
+bool ReadsCapped();
+
 class LibraryImport {
 public:
     explicit LibraryImport(const std::string& path);

@@ -28,10 +28,17 @@ export class Viewer {
     this.visibleCount = 0;
     this.frameRequested = false;
     this.buildPane();
-    this.buildScene();
+    try {
+      this.buildScene();
+    } catch (error) {
+      // A browser without WebGL keeps the rest of the page working.
+      this.say(`This browser draws no WebGL, so the viewer pane cannot show the scene (${error.message}).`);
+      return;
+    }
     hostState.addEventListener('resync', () => this.follow(true));
     hostState.addEventListener('change', (event) => this.onHostEvent(event.detail));
     this.follow(true);
+    // For benchmarks and tests that ask what is drawn where.
     window.webapiViewer = this;
   }
 
@@ -164,6 +171,7 @@ export class Viewer {
   // geometry again when the scene is another, or when asked to.
   follow(reload) {
     const scene = this.hostState.activeScene();
+    this.fitButton.disabled = !scene;
     if (!scene) {
       this.drop();
       const view = this.hostState.views.find((each) => each.name === this.hostState.activeView);

@@ -2,7 +2,9 @@
 // assimp-testmodels, opened with --model, in Chromium's software WebGL. The
 // canvas draws the engine; hiding a branch in the tree takes its pixels
 // away; a click on a part makes it the module's current selection; the
-// module's ZoomToAll moves the camera. Screenshots go to the folder given.
+// module's ZoomToAll moves the camera; an instance added at run time and a
+// label appear without a reload; on a drawing view the pane says which view
+// is active. Screenshots go to the folder given.
 //
 // node model.test.mjs PATH/TO/webapi-devhost ARTEFACTS_DIR
 
@@ -122,6 +124,22 @@ try {
     Number(document.querySelector('[aria-label="3D view"]').dataset.flights) > count, flights);
   assert.notEqual(await camera(), before, 'ZoomToAll moves the camera');
   await shot('model-zoomed-to-all.png');
+
+  // An instance added and shown at run time is drawn without a reload, and
+  // a label stands as text over the canvas.
+  await api.post('/host/control', { action: 'addInstances', instances: [{ parent: '2CylinderEngine', name: 'spare' }] });
+  await api.post('/host/control', { action: 'showInstance', scene: 'Model', idpath: '2CylinderEngine/spare', visible: true });
+  await page.waitForFunction(() => document.querySelector('[aria-label="3D view"]').dataset.loaded === '68');
+  await api.post('/api/call', { session, method: 'AddAnnotationLabel', args: ['Check the bolts', 0, 0, 0] });
+  await page.getByRole('note').filter({ hasText: 'Check the bolts' }).waitFor();
+  await shot('model-added-and-labelled.png');
+
+  // A drawing view: the pane says which view is active instead of drawing.
+  await api.post('/host/control', { action: 'loadWorld', path: '' });
+  await api.post('/host/control', { action: 'activateView', view: 'Assembly drawing' });
+  await page.getByRole('status').filter({ hasText: 'The active view "Assembly drawing" is a drawing view' }).waitFor();
+  assert.ok(await view.isHidden(), 'nothing is drawn on a drawing view');
+  await shot('model-drawing-view.png');
   console.log('model in the viewer pane: ok');
 } finally {
   await browser.close();
