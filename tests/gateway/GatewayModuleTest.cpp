@@ -16,25 +16,11 @@
 namespace gtest_gateway {
 namespace {
 
-class GatewayModule : public ::testing::Test {
+class GatewayModule : public PluginGatewaySuite {
 protected:
-    static void SetUpTestSuite() {
-        devhost::LoadDefaultSampleWorld();
-        plugin = std::make_unique<support::PluginClient>();
-    }
-    static void TearDownTestSuite() { plugin.reset(); }
-
-    static devhost::gateway::GatewayOptions Options() {
-        devhost::gateway::GatewayOptions options;
-        options.actorName = plugin->ActorName().str();
-        return options;
-    }
-
-    static std::unique_ptr<support::PluginClient> plugin;
     RunningGateway gateway{Options()};
 };
 
-std::unique_ptr<support::PluginClient> GatewayModule::plugin;
 
 TEST_F(GatewayModule, ListsTheModulesThreeInterfacesFromItsFactories) {
     auto reply = gateway.Get("/api/interfaces");

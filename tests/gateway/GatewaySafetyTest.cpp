@@ -18,17 +18,10 @@ namespace {
 
 using Headers = httplib::Headers;
 
-class GatewaySafety : public ::testing::Test {
+class GatewaySafety : public PluginGatewaySuite {
 protected:
-    static void SetUpTestSuite() {
-        devhost::LoadDefaultSampleWorld();
-        plugin = std::make_unique<support::PluginClient>();
-    }
-    static void TearDownTestSuite() { plugin.reset(); }
-
     static devhost::gateway::GatewayOptions Options() {
-        devhost::gateway::GatewayOptions options;
-        options.actorName = plugin->ActorName().str();
+        devhost::gateway::GatewayOptions options = PluginGatewaySuite::Options();
         options.token = "s3cret-token";
         options.maxBody = 1u << 20;
         options.maxStreams = 300;
@@ -61,11 +54,8 @@ protected:
         EXPECT_EQ(reply.status, 200) << reply.text;
     }
 
-    static std::unique_ptr<support::PluginClient> plugin;
     RunningGateway gateway{Options()};
 };
-
-std::unique_ptr<support::PluginClient> GatewaySafety::plugin;
 
 // The plug-in loaded afresh, for a test whose tree observer must be the
 // module's only one, and a gateway in front of it.

@@ -8,7 +8,11 @@
 #include <httplib.h>
 #include <rapidjson/document.h>
 
+#include <gtest/gtest.h>
+
+#include "PluginClient.h"
 #include "devhost/gateway/Gateway.h"
+#include "devhost/samples/SampleWorlds.h"
 
 namespace gtest_gateway {
 
@@ -52,6 +56,25 @@ private:
     int port_ = -1;
     std::thread server_;
     httplib::Client client_;
+};
+
+// A suite served by the plug-in's module on the sample world, loaded once for
+// the suite; Options() names the module's actor to a gateway.
+class PluginGatewaySuite : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        devhost::LoadDefaultSampleWorld();
+        plugin = std::make_unique<support::PluginClient>();
+    }
+    static void TearDownTestSuite() { plugin.reset(); }
+
+    static devhost::gateway::GatewayOptions Options() {
+        devhost::gateway::GatewayOptions options;
+        options.actorName = plugin->ActorName().str();
+        return options;
+    }
+
+    static inline std::unique_ptr<support::PluginClient> plugin;
 };
 
 }  // namespace gtest_gateway

@@ -19,20 +19,8 @@
 namespace gtest_gateway {
 namespace {
 
-class HostEventStream : public ::testing::Test {
+class HostEventStream : public PluginGatewaySuite {
 protected:
-    static void SetUpTestSuite() {
-        devhost::LoadDefaultSampleWorld();
-        plugin = std::make_unique<support::PluginClient>();
-    }
-    static void TearDownTestSuite() { plugin.reset(); }
-
-    static devhost::gateway::GatewayOptions Options() {
-        devhost::gateway::GatewayOptions options;
-        options.actorName = plugin->ActorName().str();
-        return options;
-    }
-
     // The gateway's events are numbered from its start; the host is quiet
     // before each test makes its changes.
     void SetUp() override { ASSERT_EQ(gateway.Post("/host/settle", "{}").status, 200); }
@@ -55,7 +43,6 @@ protected:
         return gateway.ReadStream("/host/events?since=0", 100000, nullptr, last);
     }
 
-    static std::unique_ptr<support::PluginClient> plugin;
     RunningGateway gateway{Options()};
 };
 
@@ -70,7 +57,6 @@ std::string Find(const std::vector<std::string>& events, const std::string& text
     return "";
 }
 
-std::unique_ptr<support::PluginClient> HostEventStream::plugin;
 
 TEST_F(HostEventStream, ViewsSelectionAndShapesComeAsNumberedEventsInOrder) {
     Control(R"({"action":"showInstance","scene":"Model","idpath":"drone/frame/arm_1","visible":false})");
