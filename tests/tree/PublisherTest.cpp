@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CleanProcess.h"
+#include "RecordingTreeObserver.h"
 #include "devhost/world/WorldControl.h"
 #include "guitree/VisAndIconChanges.h"
 #include "publisher/GuiInterface.h"
@@ -17,20 +18,8 @@
 
 namespace {
 
-class RecordingObserver : public webapi::TreeObserver {
-public:
-    short GetTableOffset(int) override { return 0; }
-    void OnTreeMappingBegin() override { calls.push_back("OnTreeMappingBegin"); }
-    void OnTreeMapping(const du::Symbol& document) override { calls.push_back("OnTreeMapping " + document.str()); }
-    void OnTreeMappingEnd() override { calls.push_back("OnTreeMappingEnd"); }
-    void OnTreeUpdateBegin() override { calls.push_back("OnTreeUpdateBegin"); }
-    void OnTreeUpdate(const du::Symbol& document) override { calls.push_back("OnTreeUpdate " + document.str()); }
-    void OnTreeUpdateEnd() override { calls.push_back("OnTreeUpdateEnd"); }
-
-    std::vector<std::string> calls;
-};
-
-class Anchor : public dom::ManagedObject {};
+using tree_tests::Anchor;
+using tree_tests::RecordingObserver;
 
 const char* kWorld = R"({"structure": [{"name": "a", "uid": 1, "children": [{"name": "b", "uid": 2},
     {"name": "c", "uid": 3}]}],

@@ -20,6 +20,7 @@
 #include <rapidjson/writer.h>
 
 #include "CleanProcess.h"
+#include "RecordingTreeObserver.h"
 #include "devhost/platform/TraceLog.h"
 #include "devhost/world/WorldControl.h"
 #include "dp/QXTracer.h"
@@ -188,20 +189,8 @@ std::string RandomWorld(std::mt19937_64& random, int instances) {
            "],\"views\":[{\"name\":\"v\",\"kind\":\"shape\"}]}],\"activeView\":\"v\"}";
 }
 
-class RecordingObserver : public webapi::TreeObserver {
-public:
-    short GetTableOffset(int) override { return 0; }
-    void OnTreeMappingBegin() override { calls.push_back("OnTreeMappingBegin"); }
-    void OnTreeMapping(const du::Symbol& document) override { calls.push_back("OnTreeMapping " + document.str()); }
-    void OnTreeMappingEnd() override { calls.push_back("OnTreeMappingEnd"); }
-    void OnTreeUpdateBegin() override { calls.push_back("OnTreeUpdateBegin"); }
-    void OnTreeUpdate(const du::Symbol& document) override { calls.push_back("OnTreeUpdate " + document.str()); }
-    void OnTreeUpdateEnd() override { calls.push_back("OnTreeUpdateEnd"); }
-
-    std::vector<std::string> calls;
-};
-
-class Anchor : public dom::ManagedObject {};
+using tree_tests::Anchor;
+using tree_tests::RecordingObserver;
 
 struct Collector : qxk::BaseInstanceVisitor {
     bool Visit(const du::SmartPtr<qxk::BaseInstance>& node, unsigned int) override {
