@@ -597,7 +597,12 @@ function traceSoon() {
 
 // ---- the session ----------------------------------------------------------------
 
+// The module serves one tree observer at a time and drops a second one, so a
+// page takes the tree over from whichever page held it before (one reloaded
+// or closed without a word, or another tab): any handle ends the registered
+// observer.
 async function registerTree() {
+  await commands.call(notices.tree, 'UnRegisterTreeObserver', ['session'], { label: 'Taking the tree over', effects: null, done: () => '' });
   const registered = await commands.call(notices.toolbar, 'RegisterTreeObserver', ['session'],
     { label: 'Registering the tree observer', effects: null });
   if (registered) notices.toolbar.done(`Session ${session.id}`);
@@ -641,7 +646,6 @@ function readTreeAgain() {
   clearTimeout(treeAgain);
   treeAgain = setTimeout(async () => {
     if (!commands || renewing) return;
-    await commands.call(notices.tree, 'UnRegisterTreeObserver', ['session'], { label: 'Reading the new tree', effects: null, done: () => '' });
     await registerTree();
   }, 200);
 }

@@ -105,6 +105,12 @@ try {
   await page.screenshot({ path: join(artefacts, 'page-800.png'), fullPage: true });
   await page.setViewportSize({ width: 1400, height: 860 });
 
+  // A reloaded page takes the tree over from the page it replaced, whose
+  // observer the module still holds.
+  await page.reload();
+  await page.waitForSelector('body[data-ready]');
+  await page.getByRole('button', { name: 'Expand drone' }).waitFor();
+
   // A synthetic world: while its tree arrives the commands that need it
   // wait; a click on the root's expander shows its ten children, and the
   // module's answer to the page's state query for them arrives.
