@@ -339,15 +339,14 @@ void Events(GatewayContext& context, const httplib::Request& request, httplib::R
             // is written as it is rather than copied.
             std::string text;
             for (const auto& [seq, event] : batch.events) {
-                text += "id: " + std::to_string(seq) + "\ndata: ";
-                if (event->size() < kGatherBytes) {
-                    text += *event;
-                } else if (!sink.write(text.data(), text.size()) || !sink.write(event->data(), event->size())) {
-                    return false;
-                } else {
-                    text.clear();
+                const std::string_view bytes = event->Bytes();
+                if (bytes.size() < kGatherBytes) {
+                    text.append(bytes);
+                    continue;
                 }
-                text += "\n\n";
+                if ((!text.empty() && !sink.write(text.data(), text.size())) || !sink.write(bytes.data(), bytes.size()))
+                    return false;
+                text.clear();
             }
             if (batch.ended) {
                 Document end(rapidjson::kObjectType);
