@@ -325,7 +325,11 @@ void Events(GatewayContext& context, const httplib::Request& request, httplib::R
         session->CloseStream();
         pool->EndStream();
     });
-    response.set_chunked_content_provider(
+    // Neither chunked nor of a known length: the stream ends when its
+    // connection closes. httplib writes such a stream's bytes as they are,
+    // where it would copy every chunk twice, a document of tens of megabytes
+    // included.
+    response.set_content_provider(
         "text/event-stream", [&context, session, stream, lease](std::size_t, httplib::DataSink& sink) {
             if (context.stopping || !sink.is_writable()) return false;
             Session::Batch batch = session->Take(stream, std::chrono::milliseconds(250));
