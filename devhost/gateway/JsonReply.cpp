@@ -23,11 +23,24 @@ void ReplyJson(httplib::Response& response, int status, const rapidjson::Value& 
     response.set_content(JsonText(value), "application/json; charset=utf-8");
 }
 
+// A message may quote what a client sent (a path, a section's name); a reply
+// labelled UTF-8 carries only UTF-8, so a message that is not has its bytes
+// past ASCII and its NULs replaced.
+std::string CleanMessage(const std::string& message) {
+    if (IsCleanUtf8(message.data(), message.size())) return message;
+    std::string clean = message;
+    for (char& c : clean)
+        if (c == '\0' || static_cast<unsigned char>(c) >= 0x80) c = '?';
+    return clean;
+}
+
 void ReplyError(httplib::Response& response, int status, const std::string& error, const std::string& message) {
     rapidjson::Document reply(rapidjson::kObjectType);
     auto& allocator = reply.GetAllocator();
+    const std::string clean = CleanMessage(message);
     reply.AddMember("error", rapidjson::Value(error.c_str(), allocator), allocator);
-    reply.AddMember("message", rapidjson::Value(message.c_str(), allocator), allocator);
+    reply.AddMember("message", rapidjson::Value(clean.c_str(), static_cast<rapidjson::SizeType>(clean.size()), allocator),
+                    allocator);
     ReplyJson(response, status, reply);
 }
 

@@ -21,7 +21,9 @@ void ReplyError(httplib::Response& response, int status, const std::string& erro
 bool ParseObjectBody(const std::string& text, rapidjson::Document& body, httplib::Response& response);
 bool ParseObjectBody(const httplib::Request& request, rapidjson::Document& body, httplib::Response& response);
 
-// A session id from a JSON number or a text of digits; false for anything else.
+// A whole number (an event's or a trace entry's number, a count) from a JSON
+// number or a text of digits; false for anything else. Session ids are
+// random texts and are not read with it.
 bool ReadSessionId(const rapidjson::Value& value, unsigned long long& id);
 bool ReadSessionId(const std::string& text, unsigned long long& id);
 
