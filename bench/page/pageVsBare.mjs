@@ -5,14 +5,14 @@
 //
 // OPTIONS go to the program (--web DIR: another page to measure).
 //
-// For each size (100,000 and 1,000,000 by default) the program is started
-// once, the world built before any page opens. Then, R times (5 by
+// For each size (100,000 and 1,000,000 by default), R times (5 by
 // default), alternately:
 // - the bare page, served by a static server of this script on loopback:
 //   it fetches the registration's "treeMapping" document, the same bytes
 //   the module sent, from a file, reads them with response.text() and
 //   JSON.parse()s them;
-// - the page: first rows (the first frame with a treeitem in the tree), all
+// - the page, on a program started for it whose world is built before the
+//   page opens: first rows (the first frame with a treeitem in the tree), all
 //   initial states shown (the first frame after the mapping and every
 //   initial "treeUpdate" document were applied), and a click, as soon as
 //   the first rows show, on the first closed row's expander, to the frame
@@ -34,8 +34,19 @@ const limit = Number(process.env.BENCH_LIMIT ?? 180000);
 
 // The registration's documents as the module sends them, read from the
 // event stream in node: the mapping's text and how many initial updates
-// follow it.
-async function registrationDocuments(url) {
+// follow it. They are read from a program of their own (a synthetic world
+// of a size is always the same world), so the measured program serves one
+// client alone, as when the page opens.
+async function registrationDocuments(size) {
+  const host = await startHost(program, ['--synthetic', String(size), ...extra]);
+  try {
+    return await readRegistration(host.url);
+  } finally {
+    await host.stop();
+  }
+}
+
+async function readRegistration(url) {
   const token = new URL(url).searchParams.get('token');
   const api = gateway(url);
   const { session } = await api.post('/api/sessions', {});
@@ -143,12 +154,6 @@ async function pageRun(url, documents) {
       throw new Error(`${error.message}; seen ${JSON.stringify(seen)}`);
     });
     const times = await page.evaluate(() => window.benchTimes);
-    // The session is ended, so that its kept events do not weigh on the next run.
-    const session = await page.evaluate(() => window.webapiPage?.session);
-    if (session) {
-      const token = new URL(url).searchParams.get('token');
-      await fetch(new URL(`/api/sessions/${session}`, url), { method: 'DELETE', headers: { Authorization: `Bearer ${token}` } });
-    }
     return times;
   } finally {
     await browser.close();
@@ -162,38 +167,41 @@ const ratio = (values, base) => `${(median(values) / median(base)).toFixed(2)}x`
 
 console.log(`== ${new Date().toISOString()}, load ${readFileSync('/proc/loadavg', 'utf8').split(' ').slice(0, 3).join(' ')}`);
 for (const size of sizes) {
-  const host = await startHost(program, ['--synthetic', String(size), ...extra]);
+  const { mapping, updates } = await registrationDocuments(size);
+  const server = await bareServer(mapping);
+  const bare = [];
+  const page = [];
+  const peaks = [];
   try {
-    const { mapping, updates } = await registrationDocuments(host.url);
-    const server = await bareServer(mapping);
-    const bare = [];
-    const page = [];
-    try {
-      for (let run = 0; run < runs; ++run) {
-        bare.push(await bareRun(server));
+    for (let run = 0; run < runs; ++run) {
+      bare.push(await bareRun(server));
+      // A program of its own for each page, its world built before the
+      // page opens.
+      const host = await startHost(program, ['--synthetic', String(size), ...extra]);
+      try {
         page.push(await pageRun(host.url, 1 + updates));
-        const b = bare.at(-1);
-        const p = page.at(-1);
-        console.log(`${size} run ${run + 1}: bare parsed ${b.parsed.toFixed(0)} ms; page first rows ` +
-          `${p.firstRows?.toFixed(0)} ms, all states ${p.allStates?.toFixed(0)} ms, click to children's icons ` +
-          `${(p.children - p.clickAt).toFixed(0)} ms`);
+        const status = readFileSync(`/proc/${host.pid}/status`, 'utf8');
+        peaks.push(Number(status.match(/VmHWM:\s+(\d+)/)[1]) / 1024);
+      } finally {
+        await host.stop();
       }
-    } finally {
-      server.close();
+      const b = bare.at(-1);
+      const p = page.at(-1);
+      console.log(`${size} run ${run + 1}: bare parsed ${b.parsed.toFixed(0)} ms; page first rows ` +
+        `${p.firstRows?.toFixed(0)} ms, all states ${p.allStates?.toFixed(0)} ms, click to children's icons ` +
+        `${(p.children - p.clickAt).toFixed(0)} ms`);
     }
-    const base = bare.map((b) => b.parsed);
-    const first = page.map((p) => p.firstRows);
-    const states = page.map((p) => p.allStates);
-    const click = page.map((p) => p.children - p.clickAt);
-    const status = readFileSync(`/proc/${host.pid}/status`, 'utf8');
-    const peak = Number(status.match(/VmHWM:\s+(\d+)/)[1]) / 1024;
-    console.log(`${size} instances, mapping ${(mapping.length / 1e6).toFixed(1)} MB and ${updates} updates, ${runs} runs:`);
-    console.log(`  bare page fetched and parsed ${figure(base)}`);
-    console.log(`  first rows ${figure(first)}, ${ratio(first, base)} the bare page`);
-    console.log(`  all initial states shown ${figure(states)}, ${ratio(states, base)} the bare page`);
-    console.log(`  click to its children's icons ${figure(click)}`);
-    console.log(`  program's peak RSS ${peak.toFixed(0)} MB`);
   } finally {
-    await host.stop();
+    server.close();
   }
+  const base = bare.map((b) => b.parsed);
+  const first = page.map((p) => p.firstRows);
+  const states = page.map((p) => p.allStates);
+  const click = page.map((p) => p.children - p.clickAt);
+  console.log(`${size} instances, mapping ${(mapping.length / 1e6).toFixed(1)} MB and ${updates} updates, ${runs} runs:`);
+  console.log(`  bare page fetched and parsed ${figure(base)}`);
+  console.log(`  first rows ${figure(first)}, ${ratio(first, base)} the bare page`);
+  console.log(`  all initial states shown ${figure(states)}, ${ratio(states, base)} the bare page`);
+  console.log(`  click to its children's icons ${figure(click)}`);
+  console.log(`  program's peak RSS ${figure(peaks).replace(/ ms/g, '').replace(/\)$/, ') MB')}`);
 }
