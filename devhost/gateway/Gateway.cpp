@@ -117,8 +117,10 @@ Gateway::Gateway(GatewayOptions options) : impl_(std::make_unique<Impl>(options)
     // the second waits for the peer's delayed acknowledgement, about 40 ms
     // on every keep-alive request.
     server.set_tcp_nodelay(true);
+    // Sessions that sit unused end even while no request comes to end them.
+    server.set_idle_interval(1);
     server.new_task_queue = [this, maxStreams = options.maxStreams] {
-        auto* pool = new WorkerPool(kWorkers, maxStreams);
+        auto* pool = new WorkerPool(kWorkers, maxStreams, [this] { impl_->context.sessions.EndIdleSessions(); });
         impl_->context.pool = pool;
         return pool;
     };
@@ -166,6 +168,8 @@ bool Gateway::Ready(std::string* why) const {
 }
 
 const std::string& Gateway::Token() const { return impl_->guard.Token(); }
+
+std::size_t Gateway::OpenSessions() const { return impl_->context.sessions.Count(); }
 
 int Gateway::Port() const { return impl_->guard.Port(); }
 

@@ -46,6 +46,8 @@ public:
     bool Ready(std::string* why = nullptr) const;
     // The token requests are to carry.
     const std::string& Token() const;
+    // The sessions open now.
+    std::size_t OpenSessions() const;
 
     // Binds to port on 127.0.0.1, or to the next free port of the ten after
     // it; 0 takes any free port. Gives the port bound, or -1.

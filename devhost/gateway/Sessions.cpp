@@ -255,6 +255,15 @@ std::shared_ptr<Session> SessionTable::Open() {
     return session;
 }
 
+void SessionTable::EndIdleSessions() {
+    std::vector<std::shared_ptr<Session>> idle;
+    {
+        std::lock_guard<std::mutex> hold(mutex_);
+        EndIdle(idle);
+    }
+    for (const auto& each : idle) each->End(IdleReason());
+}
+
 std::shared_ptr<Session> SessionTable::Find(const std::string& id) {
     std::vector<std::shared_ptr<Session>> idle;
     std::shared_ptr<Session> session;

@@ -100,6 +100,9 @@ public:
     // Ends the session and forgets it; false for an unknown id.
     bool Close(const std::string& id, const std::string& reason);
     std::size_t Count() const;
+    // Ends the sessions that sat unused past the limit, as Open and Find do,
+    // for a gateway that no request reaches.
+    void EndIdleSessions();
     // The callback objects of every open session.
     std::vector<du::SmartPtr<dom::ManagedObject>> CallbackObjects() const;
 

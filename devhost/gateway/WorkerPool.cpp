@@ -2,7 +2,8 @@
 
 namespace devhost::gateway {
 
-WorkerPool::WorkerPool(std::size_t workers, std::size_t maxStreams) : workers_(workers), maxStreams_(maxStreams) {
+WorkerPool::WorkerPool(std::size_t workers, std::size_t maxStreams, std::function<void()> idle)
+    : workers_(workers), maxStreams_(maxStreams), idle_(std::move(idle)) {
     std::lock_guard<std::mutex> hold(mutex_);
     for (std::size_t i = 0; i < workers_; ++i) Spawn();
 }
@@ -49,6 +50,10 @@ void WorkerPool::JoinExited(std::unique_lock<std::mutex>& hold) {
     hold.unlock();
     for (std::thread& thread : exited) thread.join();
     hold.lock();
+}
+
+void WorkerPool::on_idle() {
+    if (idle_) idle_();
 }
 
 bool WorkerPool::BeginStream() {

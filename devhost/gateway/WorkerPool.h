@@ -20,7 +20,9 @@ namespace devhost::gateway {
 // threads without a bound either.
 class WorkerPool : public httplib::TaskQueue {
 public:
-    WorkerPool(std::size_t workers, std::size_t maxStreams);
+    // idle runs on the listening thread whenever no connection has come for
+    // the server's idle interval.
+    WorkerPool(std::size_t workers, std::size_t maxStreams, std::function<void()> idle);
     ~WorkerPool() override;
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
@@ -28,6 +30,7 @@ public:
     void enqueue(std::function<void()> job) override;
     // Ends every thread once the jobs taken have run.
     void shutdown() override;
+    void on_idle() override;
 
     // Called on the worker whose request becomes a stream; false when as
     // many streams as the cap are open. A true is matched by EndStream.
@@ -42,6 +45,7 @@ private:
 
     const std::size_t workers_;
     const std::size_t maxStreams_;
+    const std::function<void()> idle_;
     mutable std::mutex mutex_;
     std::condition_variable ready_;
     std::deque<std::function<void()>> jobs_;

@@ -385,6 +385,22 @@ TEST(GatewaySessionIdle, ASessionUnusedPastItsTimeEnds) {
     EXPECT_EQ(gateway.Get("/api/events?session=" + session).status, 410);
 }
 
+TEST(GatewaySessionIdle, ASessionUnusedEndsWithNoRequestToEndIt) {
+    devhost::gateway::GatewayOptions options;
+    options.sessions.idle = std::chrono::milliseconds(100);
+    FreshModule fresh(options);
+    RunningGateway& gateway = fresh.gateway;
+    gateway.OpenSession();
+    EXPECT_EQ(fresh.gateway.Sessions(), 1u);
+    // The listener looks at least once a second while no connection comes.
+    std::size_t left = 1;
+    for (int wait = 0; wait < 50 && left > 0; ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        left = fresh.gateway.Sessions();
+    }
+    EXPECT_EQ(left, 0u);
+}
+
 // --- the host's control ---
 
 TEST_F(GatewaySafety, LoadWorldReadsOnlyTheWorldFoldersAndTellsNothingElse) {

@@ -41,6 +41,7 @@ public:
 
     int Port() const { return port_; }
     const std::string& Token() const { return gateway_->Token(); }
+    std::size_t Sessions() const { return gateway_->OpenSessions(); }
 
 private:
     std::unique_ptr<devhost::gateway::Gateway> gateway_;
