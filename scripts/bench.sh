@@ -10,7 +10,7 @@ echo "== $(date -u '+%Y-%m-%d %H:%M UTC'), $(nproc) cores, load $(cut -d' ' -f1-
 echo "== $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | sed 's/^ //')"
 filter=()
 [ $# -gt 0 ] && filter=("--benchmark_filter=$1")
-for program in memory_bench request_bench publisher_bench tree_service_bench load_bench world_bench model_bench; do
+for program in memory_bench request_bench publisher_bench tree_service_bench load_bench world_bench model_bench gateway_event_bench; do
   echo "== $program"
   "build/default/bench/$program" "${filter[@]}"
 done

@@ -20,23 +20,27 @@ du::Symbol CallbackObject::GetBaseClass(int index) {
 void CallbackObject::HandleMessage(const dom::MessagePtr& message) {
     const MethodEntry* method = interface_.FindById(message->GetTag());
     const std::vector<MessageValue> values = GetMessageValues(message);
-    rapidjson::Document document;
-    Json args(rapidjson::kArrayType);
     std::size_t position = 0;
     bool fits = method != nullptr;
-    for (std::size_t i = 0; fits && i < method->parameters.size(); ++i) {
-        const Parameter& parameter = method->parameters[i];
-        Json value;
-        // An out parameter travels only in a reply, which a callback never has.
-        if (!parameter.out)
-            fits = DecodeArgument(parameter.type, values, position, session_, value, document.GetAllocator());
-        args.PushBack(value, document.GetAllocator());
-    }
+    // An out parameter travels only in a reply, which a callback never has.
+    for (std::size_t i = 0; fits && i < method->parameters.size(); ++i)
+        if (!method->parameters[i].out)
+            fits = FitValues(method->parameters[i].type, values, position) == ValueFit::Fits;
     if (!fits) {
         dom::PrepMessageForReturnBadTag(message);
         return;
     }
-    sink_(interface_, *method, args, document.GetAllocator());
+    sink_(interface_, *method, [&](EventTextWriter& writer) {
+        writer.StartArray();
+        std::size_t at = 0;
+        for (const Parameter& parameter : method->parameters) {
+            if (parameter.out)
+                writer.Null();
+            else
+                WriteArgument(parameter.type, values, at, session_, writer);
+        }
+        writer.EndArray();
+    });
 }
 
 }  // namespace devhost::gateway

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "devhost/gateway/EventText.h"
 #include "devhost/gateway/SignatureCatalog.h"
 #include "devhost/gateway/ValueCodec.h"
 #include "dom/ManagedObject.h"
@@ -11,13 +12,16 @@ namespace devhost::gateway {
 
 // A web client's implementation of one callback interface, built from the
 // interface's signature table alone: each message that reaches it is
-// decoded by the signature of its message id and handed on as the JSON
-// array of its arguments. A message that does not fit its signature is
+// checked against the signature of its message id and handed on as a way
+// to write the JSON array of its arguments, so that they are written once,
+// straight into the event. A message that does not fit its signature is
 // refused with a bad tag, as a generated receiver would refuse it.
 class CallbackObject : public dom::ManagedObject {
 public:
-    using Sink = std::function<void(const InterfaceEntry& interface, const MethodEntry& method, Json& args,
-                                    JsonAllocator& allocator)>;
+    // Writes the arguments; valid during the sink's call only.
+    using ArgumentWriter = std::function<void(EventTextWriter& writer)>;
+    using Sink = std::function<void(const InterfaceEntry& interface, const MethodEntry& method,
+                                    const ArgumentWriter& arguments)>;
 
     CallbackObject(const InterfaceEntry& interface, SessionObjects session, Sink sink);
 

@@ -4,9 +4,6 @@
 #include <condition_variable>
 #include <set>
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include "devhost/gateway/RandomText.h"
 #include "devhost/platform/RawMessages.h"
 
@@ -25,10 +22,11 @@ struct Session::Events {
     using Clock = std::chrono::steady_clock;
 
     std::mutex mutex;
+    std::mutex adding;
     std::condition_variable arrived;
     // Events by number, oldest first: those sent to a stream (kept so that a
     // stream that broke can be resumed) and, from next on, those waiting.
-    std::deque<std::pair<unsigned long long, std::shared_ptr<const std::string>>> kept;
+    std::deque<std::pair<unsigned long long, std::shared_ptr<const EventText>>> kept;
     unsigned long long next = 1;      // the first event no stream has been sent
     unsigned long long numbered = 0;  // the last number given
     std::size_t sentBytes = 0;
@@ -46,7 +44,7 @@ struct Session::Events {
     void TrimSent(unsigned long long upTo = 0) {
         while (!kept.empty() && kept.front().first < next &&
                (kept.front().first <= upTo || sentBytes + waitingBytes > bound)) {
-            sentBytes -= kept.front().second->size();
+            sentBytes -= kept.front().second->Counted();
             kept.pop_front();
         }
     }
@@ -61,27 +59,55 @@ struct Session::Events {
         arrived.notify_all();
     }
 
-    void Add(const InterfaceEntry& interface, const MethodEntry& method, Json& args, JsonAllocator& allocator) {
-        rapidjson::Document event(rapidjson::kObjectType, &allocator);
+    // Writes a callback's event once, as the stream sends it, and keeps it.
+    void Add(const InterfaceEntry& interface, const MethodEntry& method,
+             const CallbackObject::ArgumentWriter& arguments) {
+        // One callback at a time, so its number is known before its text is
+        // written, and the text is written unlocked: a stream taking events
+        // is not held up by a document of megabytes.
+        std::lock_guard<std::mutex> alone(adding);
+        unsigned long long seq = 0;
+        {
+            std::lock_guard<std::mutex> hold(mutex);
+            if (ended) return;
+            seq = numbered + 1;
+        }
+        EventTextWriter writer;
+        writer.Raw("id: ");
+        writer.RawUint64(seq);
+        writer.Raw("\ndata: ");
+        const std::size_t data = writer.Size();
+        writer.StartObject();
+        WriteKey(writer, "seq");
+        writer.Uint64(seq);
+        WriteKey(writer, "interface");
+        writer.String(interface.name.data(), interface.name.size());
+        WriteKey(writer, "method");
+        writer.String(method.name.data(), method.name.size());
+        WriteKey(writer, "signature");
+        writer.String(method.signature.data(), method.signature.size());
+        WriteKey(writer, "args");
+        arguments(writer);
+        writer.EndObject();
+        const std::size_t counted = writer.Size() - data;
+        writer.Raw("\n\n");
+        std::shared_ptr<const EventText> text = writer.Finish(counted);
         std::lock_guard<std::mutex> hold(mutex);
         if (ended) return;
-        event.AddMember("seq", static_cast<std::uint64_t>(numbered + 1), allocator);
-        event.AddMember("interface", Json(interface.name.c_str(), allocator), allocator);
-        event.AddMember("method", Json(method.name.c_str(), allocator), allocator);
-        event.AddMember("signature", Json(method.signature.c_str(), allocator), allocator);
-        event.AddMember("args", args, allocator);
-        rapidjson::StringBuffer text;
-        rapidjson::Writer<rapidjson::StringBuffer> writer(text);
-        event.Accept(writer);
-        if (waitingBytes + text.GetSize() > bound) {
+        if (waitingBytes + counted > bound) {
             Finish("overflow: more than " + std::to_string(bound) + " bytes of events waited for a reader");
             return;
         }
         ++numbered;
-        waitingBytes += text.GetSize();
-        kept.emplace_back(numbered, std::make_shared<const std::string>(text.GetString(), text.GetSize()));
+        waitingBytes += counted;
+        kept.emplace_back(numbered, std::move(text));
         TrimSent();
         arrived.notify_all();
+    }
+
+    template <std::size_t N>
+    static void WriteKey(EventTextWriter& writer, const char (&key)[N]) {
+        writer.Key(key, N - 1);
     }
 };
 
@@ -106,8 +132,10 @@ Session::Session(std::string id, const SignatureCatalog& catalog, ClientActor& a
     for (const InterfaceEntry& interface : catalog.Interfaces()) {
         if (interface.name == catalog.Served()) continue;
         callbacks_.push_back(new CallbackObject(interface, SessionObjects{nullptr, objects_.owns},
-                                                [sink](const InterfaceEntry& i, const MethodEntry& m, Json& args,
-                                                       JsonAllocator& allocator) { sink->Add(i, m, args, allocator); }));
+                                                [sink](const InterfaceEntry& i, const MethodEntry& m,
+                                                       const CallbackObject::ArgumentWriter& arguments) {
+                                                    sink->Add(i, m, arguments);
+                                                }));
     }
     for (const auto& object : callbacks_) {
         actor_.Adopt(object);
@@ -141,7 +169,7 @@ bool Session::OpenStream(const unsigned long long* after, unsigned& stream) {
         events_->next = *after + 1;
         events_->sentBytes = events_->waitingBytes = 0;
         for (const auto& [seq, text] : events_->kept)
-            (seq < events_->next ? events_->sentBytes : events_->waitingBytes) += text->size();
+            (seq < events_->next ? events_->sentBytes : events_->waitingBytes) += text->Counted();
         events_->TrimSent(*after);
         if (!events_->kept.empty()) events_->next = std::max(events_->next, events_->kept.front().first);
     }

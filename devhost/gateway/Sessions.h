@@ -10,6 +10,7 @@
 
 #include "devhost/client/ClientActor.h"
 #include "devhost/gateway/CallbackObject.h"
+#include "devhost/gateway/EventText.h"
 #include "devhost/gateway/SignatureCatalog.h"
 
 namespace devhost::gateway {
@@ -53,9 +54,9 @@ public:
     // after it is sent again. An after beyond the last event is refused
     // (false) and changes nothing.
     struct Batch {
-        // Number and JSON text; the texts are shared with the kept events, so
-        // a large tree document is not copied while the session is locked.
-        std::vector<std::pair<unsigned long long, std::shared_ptr<const std::string>>> events;
+        // Number and text as the stream writes it; the texts are shared with
+        // the kept events, so a large tree document is never copied.
+        std::vector<std::pair<unsigned long long, std::shared_ptr<const EventText>>> events;
         bool ended = false;               // ended, and every event taken
         std::string reason;
         bool replaced = false;

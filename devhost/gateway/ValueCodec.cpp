@@ -10,11 +10,6 @@ namespace devhost::gateway {
 
 namespace {
 
-Json StringJson(const du::Symbol& text, JsonAllocator& allocator) {
-    if (text.IsNull()) return Json(rapidjson::kNullType);
-    return Json(text.safe_c_str(), static_cast<rapidjson::SizeType>(text.length()), allocator);
-}
-
 bool EncodeHandle(const std::string& interfaceName, const Json& value, const SessionObjects& session,
                   MessageValue& out, std::string& error) {
     if (value.IsNull()) {
@@ -107,26 +102,14 @@ bool EncodeArgument(const std::string& type, const Json& value, const SessionObj
 
 bool DecodeArgument(const std::string& type, const std::vector<MessageValue>& values, std::size_t& position,
                     const SessionObjects& session, Json& out, JsonAllocator& allocator) {
-    if (position >= values.size()) return false;
-    const MessageValue& value = values[position];
-    if (type.size() > 1 && type[0] == 'Q') {
-        const std::uint32_t* count = std::get_if<std::uint32_t>(&value);
-        // A count that the message cannot back is refused before anything is read.
-        if (!count || *count > values.size() - position - 1) return false;
-        ++position;
-        out.SetArray();
-        for (std::uint32_t i = 0; i < *count; ++i) {
-            Json element;
-            if (!DecodeArgument(type.substr(1), values, position, session, element, allocator)) return false;
-            out.PushBack(element, allocator);
-        }
-        return true;
-    }
-    const std::string expected = ReferencedInterface(type).empty() ? type : "R";
-    if (TypeCodeOf(value) != expected) return false;
-    ValueToJson(value, session, out, allocator);
-    ++position;
-    return true;
+    rapidjson::Document document(&allocator);
+    bool fits = false;
+    auto write = [&](rapidjson::Document& handler) {
+        return fits = WriteArgument(type, values, position, session, handler);
+    };
+    document.Populate(write);
+    if (fits) out = static_cast<Json&>(document);
+    return fits;
 }
 
 ValueFit FitValues(const std::string& type, const std::vector<MessageValue>& values, std::size_t& position) {
@@ -152,24 +135,13 @@ std::string TypeCodeOf(const MessageValue& value) {
 }
 
 void ValueToJson(const MessageValue& value, const SessionObjects& session, Json& out, JsonAllocator& allocator) {
-    if (const auto* text = std::get_if<du::Symbol>(&value)) {
-        out = StringJson(*text, allocator);
-    } else if (const auto* number = std::get_if<double>(&value)) {
-        out.SetDouble(*number);
-    } else if (const auto* integer = std::get_if<std::int32_t>(&value)) {
-        out.SetInt(*integer);
-    } else if (const auto* unsignedInteger = std::get_if<std::uint32_t>(&value)) {
-        out.SetUint(*unsignedInteger);
-    } else if (const auto* flag = std::get_if<bool>(&value)) {
-        out.SetBool(*flag);
-    } else if (const auto* handle = std::get_if<HandleValue>(&value)) {
-        if (handle->object == 0)
-            out.SetNull();
-        else if (session.owns && session.owns(*handle))
-            out.SetString("session", allocator);
-        else
-            out.SetUint64(static_cast<std::uint64_t>(handle->object));
-    }
+    rapidjson::Document document(&allocator);
+    auto write = [&](rapidjson::Document& handler) {
+        WriteValue(value, session, handler);
+        return true;
+    };
+    document.Populate(write);
+    out = static_cast<Json&>(document);
 }
 
 bool TypedValueFromJson(const Json& typed, const SessionObjects& session, MessageValue& out, std::string& error) {

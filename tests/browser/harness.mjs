@@ -25,7 +25,7 @@ export function startHost(program, options = []) {
     child.stdout.on('data', (chunk) => {
       output += chunk;
       const found = output.match(/^(http:\/\/127\.0\.0\.1:\d+\/\?token=[^\s]+)$/m);
-      if (found) resolve({ url: found[1], token, stop: () => stopHost(child) });
+      if (found) resolve({ url: found[1], token, pid: child.pid, stop: () => stopHost(child) });
     });
     child.on('exit', (code) => reject(new Error(`webapi-devhost ended (${code}) before serving:\n${output}`)));
   });
