@@ -127,6 +127,11 @@ Gateway::Gateway(GatewayOptions options) : impl_(std::make_unique<Impl>(options)
     };
     server.set_payload_max_length(options.maxBody);
     server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+        // The gateway serves loopback only, where compressing a reply costs
+        // far more than sending it: httplib's brotli takes seconds over
+        // three.js, its gzip a tenth of a second. A request is the server's
+        // own object, handed here as const, so its wish is dropped in place.
+        const_cast<httplib::Request&>(request).headers.erase("Accept-Encoding");
         return impl_->guard.Admit(request, response) ? httplib::Server::HandlerResponse::Unhandled
                                                      : httplib::Server::HandlerResponse::Handled;
     });

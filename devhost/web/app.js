@@ -290,6 +290,7 @@ function onEvent(arrived, event) {
         requestAnimationFrame(() => {
           page.treeShownAt = performance.now();
           document.body.dataset.treeReady = String(model.size);
+          startViewer();
         });
       }
       if (parsed?.clearTree) {
@@ -652,6 +653,20 @@ function readTreeAgain() {
 
 // ---- start --------------------------------------------------------------------
 
+// The viewer starts once the tree's first rows are up (or once it is known
+// that no tree comes): drawing a large scene holds the page for seconds in a
+// software renderer, and the tree must not wait for it.
+let viewerStarted = false;
+function startViewer() {
+  if (viewerStarted || !host) return;
+  viewerStarted = true;
+  try {
+    new Viewer($('#viewer-pane'), host);
+  } catch (error) {
+    $('#viewer-caption').textContent = `The viewer could not start: ${error.message}`;
+  }
+}
+
 async function start() {
   drawLegend();
   showTreeSelection();
@@ -668,11 +683,6 @@ async function start() {
   session = await Session.open(onEvent, sessionEnded);
   commands = new Commands({ session, host, banner, afterCall: traceSoon });
   followHost();
-  try {
-    new Viewer($('#viewer-pane'), host);
-  } catch (error) {
-    $('#viewer-caption').textContent = `The viewer could not start: ${error.message}`;
-  }
   page.session = session.id;
   page.registeredAt = performance.now();
   await registerTree();
@@ -683,6 +693,7 @@ async function start() {
     showLoading(false);
     $('#tree-count').textContent = 'no tree: the module sent none';
   }
+  startViewer();
   hostPanel.readTraces();
   page.ready = true;
   document.body.dataset.ready = 'true';
