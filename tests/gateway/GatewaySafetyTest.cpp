@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <regex>
@@ -101,6 +102,27 @@ TEST_F(GatewaySafety, AnotherSitesPageCannotDriveTheViewer) {
     EXPECT_EQ(reply->status, 415);
     EXPECT_EQ(ErrorOf(reply), "unsupported-media-type");
     ExpectServing();
+}
+
+// No reply is compressed, whatever the client accepts: on loopback it only
+// costs time (seconds for a script of a megabyte, with httplib's brotli).
+TEST_F(GatewaySafety, NoReplyIsCompressed) {
+    const std::string root = ::testing::TempDir() + "gateway-web-root";
+    std::filesystem::create_directories(root);
+    std::ofstream(root + "/big.js") << std::string(200000, 'x');
+    devhost::gateway::GatewayOptions options = PluginGatewaySuite::Options();
+    options.webRoot = root;
+    RunningGateway served(options);
+    httplib::Client client("127.0.0.1", served.Port());
+    client.set_decompress(false);
+    for (const char* path : {"/big.js", "/api/interfaces"}) {
+        auto reply = client.Get(path, Headers{{"Accept-Encoding", "br, gzip, deflate"},
+                                              {"Authorization", "Bearer " + served.Token()}});
+        ASSERT_TRUE(reply) << path;
+        EXPECT_EQ(reply->status, 200) << path;
+        EXPECT_FALSE(reply->has_header("Content-Encoding")) << path;
+    }
+    std::filesystem::remove_all(root);
 }
 
 TEST_F(GatewaySafety, ARebindingPageNamingAnotherHostReadsNothing) {
