@@ -77,29 +77,13 @@ std::shared_ptr<const std::string> ThroughDom(const std::vector<MessageValue>& v
 // once from the message values.
 std::shared_ptr<const devhost::gateway::EventText> Direct(const std::vector<MessageValue>& values,
                                                           unsigned long long seq) {
-    EventTextWriter writer;
-    writer.Raw("id: ");
-    writer.RawUint64(seq);
-    writer.Raw("\ndata: ");
-    const std::size_t data = writer.Size();
-    writer.StartObject();
-    writer.Key("seq", 3);
-    writer.Uint64(seq);
-    writer.Key("interface", 9);
-    writer.String("webapi::TreeObserver", 20);
-    writer.Key("method", 6);
-    writer.String("OnTreeMapping", 13);
-    writer.Key("signature", 9);
-    writer.String("OnTreeMapping__IS", 17);
-    writer.Key("args", 4);
-    writer.StartArray();
-    std::size_t position = 0;
-    WriteArgument("S", values, position, SessionObjects{}, writer);
-    writer.EndArray();
-    writer.EndObject();
-    const std::size_t counted = writer.Size() - data;
-    writer.Raw("\n\n");
-    return writer.Finish(counted);
+    return devhost::gateway::WriteCallbackEvent(seq, "webapi::TreeObserver", "OnTreeMapping", "OnTreeMapping__IS",
+                                                [&](EventTextWriter& writer) {
+                                                    writer.StartArray();
+                                                    std::size_t position = 0;
+                                                    WriteArgument("S", values, position, SessionObjects{}, writer);
+                                                    writer.EndArray();
+                                                });
 }
 
 template <typename Encode>

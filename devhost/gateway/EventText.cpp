@@ -208,4 +208,31 @@ std::shared_ptr<const EventText> EventTextWriter::Finish(std::size_t counted) {
     return text;
 }
 
+std::shared_ptr<const EventText> WriteCallbackEvent(unsigned long long seq, std::string_view interface,
+                                                    std::string_view method, std::string_view signature,
+                                                    const std::function<void(EventTextWriter&)>& arguments) {
+    const auto key = [](EventTextWriter& writer, std::string_view name) { writer.Key(name.data(), name.size()); };
+    const auto text = [](EventTextWriter& writer, std::string_view value) { writer.String(value.data(), value.size()); };
+    EventTextWriter writer;
+    writer.Raw("id: ");
+    writer.RawUint64(seq);
+    writer.Raw("\ndata: ");
+    const std::size_t data = writer.Size();
+    writer.StartObject();
+    key(writer, "seq");
+    writer.Uint64(seq);
+    key(writer, "interface");
+    text(writer, interface);
+    key(writer, "method");
+    text(writer, method);
+    key(writer, "signature");
+    text(writer, signature);
+    key(writer, "args");
+    arguments(writer);
+    writer.EndObject();
+    const std::size_t counted = writer.Size() - data;
+    writer.Raw("\n\n");
+    return writer.Finish(counted);
+}
+
 }  // namespace devhost::gateway

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -86,5 +87,12 @@ private:
     };
     std::vector<Level> levels_;
 };
+
+// A callback's event as a stream sends it: its id line, then one data line
+// {"seq", "interface", "method", "signature", "args"}, whose arguments the
+// caller writes; the byte bound counts the data line's JSON alone.
+std::shared_ptr<const EventText> WriteCallbackEvent(unsigned long long seq, std::string_view interface,
+                                                    std::string_view method, std::string_view signature,
+                                                    const std::function<void(EventTextWriter&)>& arguments);
 
 }  // namespace devhost::gateway

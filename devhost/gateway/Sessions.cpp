@@ -72,26 +72,9 @@ struct Session::Events {
             if (ended) return;
             seq = numbered + 1;
         }
-        EventTextWriter writer;
-        writer.Raw("id: ");
-        writer.RawUint64(seq);
-        writer.Raw("\ndata: ");
-        const std::size_t data = writer.Size();
-        writer.StartObject();
-        WriteKey(writer, "seq");
-        writer.Uint64(seq);
-        WriteKey(writer, "interface");
-        writer.String(interface.name.data(), interface.name.size());
-        WriteKey(writer, "method");
-        writer.String(method.name.data(), method.name.size());
-        WriteKey(writer, "signature");
-        writer.String(method.signature.data(), method.signature.size());
-        WriteKey(writer, "args");
-        arguments(writer);
-        writer.EndObject();
-        const std::size_t counted = writer.Size() - data;
-        writer.Raw("\n\n");
-        std::shared_ptr<const EventText> text = writer.Finish(counted);
+        std::shared_ptr<const EventText> text =
+            WriteCallbackEvent(seq, interface.name, method.name, method.signature, arguments);
+        const std::size_t counted = text->Counted();
         std::lock_guard<std::mutex> hold(mutex);
         if (ended) return;
         if (waitingBytes + counted > bound) {
@@ -103,11 +86,6 @@ struct Session::Events {
         kept.emplace_back(numbered, std::move(text));
         TrimSent();
         arrived.notify_all();
-    }
-
-    template <std::size_t N>
-    static void WriteKey(EventTextWriter& writer, const char (&key)[N]) {
-        writer.Key(key, N - 1);
     }
 };
 
