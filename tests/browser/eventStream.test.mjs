@@ -1,7 +1,8 @@
 // The page's reader of the gateway's event stream, in node against a small
 // server: events split anywhere between chunks, a long one, comments and a
 // multi-line data event come through as sent, and a connection broken in
-// the middle of an event resumes after the last whole one, losing nothing.
+// the middle of an event resumes after the last whole one, losing nothing;
+// a reader of data gets long lines piece by piece.
 //
 //   node eventStream.test.mjs
 
@@ -17,7 +18,7 @@ const asked = [];
 const server = createServer((request, response) => {
   asked.push(request.url);
   response.writeHead(200, { 'Content-Type': 'text/event-stream' });
-  if (asked.length === 1) {
+  if (asked.length % 2 === 1) {
     // Cut anywhere, a UTF-8 character's bytes included, then broken off.
     const bytes = Buffer.from(first);
     const cuts = [3, 10, 11, 40, 1000, 65536, bytes.length - 40, bytes.length - 39];
@@ -34,21 +35,42 @@ const server = createServer((request, response) => {
 await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
 const url = `http://127.0.0.1:${server.address().port}/api/events?session=1`;
 
-const messages = [];
-const ended = await new Promise((resolve, reject) => {
-  const stream = new EventStream(url, {
-    onMessage: (data, id) => messages.push([id, data]),
-    onNamed: (name, data) => { stream.close(); resolve([name, data]); },
-    onRefused: (status) => reject(new Error(`refused: ${status}`)),
+// Reads the stream through to its end event; a reader of data given, the
+// events' data go through it.
+async function readAll(dataReader) {
+  asked.length = 0;
+  const messages = [];
+  const ended = await new Promise((resolve, reject) => {
+    const stream = new EventStream(url, {
+      ...(dataReader ? { dataReader } : {}),
+      onMessage: (data, id) => messages.push([id, data]),
+      onNamed: (name, data) => { stream.close(); resolve([name, data]); },
+      onRefused: (status) => reject(new Error(`refused: ${status}`)),
+    });
+    setTimeout(() => reject(new Error('no end event within 20 s')), 20000).unref();
   });
-  setTimeout(() => reject(new Error('no end event within 20 s')), 20000).unref();
+  assert.deepEqual(ended, ['end', '{"reason":"done"}']);
+  assert.deepEqual(asked, ['/api/events?session=1', '/api/events?session=1&since=2']);
+  assert.equal(messages.length, 3);
+  assert.deepEqual(messages[0], ['1', '{"seq":1}']);
+  assert.equal(messages[1][0], '2');
+  assert.ok(messages[1][1] === long, 'the long event comes whole');
+  assert.deepEqual(messages[2], ['3', '{"seq":3,\n"more":true}']);
+}
+
+await readAll(null);
+
+// A reader of data gets a long line as it comes, in pieces, none of them
+// holding the line's end or its "\r".
+const pieces = [];
+await readAll(() => {
+  const own = [];
+  return {
+    push: (piece) => { own.push(piece); pieces.push(piece); },
+    newline: () => own.push('\n'),
+    end: () => own.join(''),
+  };
 });
 server.close();
-
-assert.deepEqual(ended, ['end', '{"reason":"done"}']);
-assert.deepEqual(asked, ['/api/events?session=1', '/api/events?session=1&since=2']);
-assert.equal(messages.length, 3);
-assert.deepEqual(messages[0], ['1', '{"seq":1}']);
-assert.equal(messages[1][0], '2');
-assert.ok(messages[1][1] === long, 'the long event comes whole');
-assert.deepEqual(messages[2], ['3', '{"seq":3,\n"more":true}']);
+assert.ok(pieces.filter((piece) => piece.startsWith('x') || piece.includes('xxx')).length > 2, 'the long event came in pieces');
+assert.ok(!pieces.some((piece) => piece.includes('\n') || piece.includes('\r')));
