@@ -1,7 +1,5 @@
 // The gateway's HTTP API (devhost/gateway/GATEWAY.md) as a client session.
 
-import { EventStream } from './eventStream.js';
-
 // A failure of the gateway, with its status and error kind (GATEWAY.md,
 // "Errors"); status 0 when the program could not be reached at all.
 export class GatewayError extends Error {
@@ -53,27 +51,45 @@ export async function request(method, path, body) {
   return value;
 }
 
+// The reader of the first session's stream starts with the page, so that
+// its scripts load while the session is opened.
+let firstWorker = typeof Worker === 'undefined' ? null : streamWorker();
+
+function streamWorker() {
+  return new Worker(new URL('./treeWorker.js', import.meta.url), { type: 'module' });
+}
+
 export class Session {
-  static async open(onEvent, onEnd) {
+  static async open(handlers) {
     const { session } = await request('POST', '/api/sessions', {});
-    return new Session(session, onEvent, onEnd);
+    return new Session(session, handlers);
   }
 
-  constructor(id, onEvent, onEnd) {
+  // handlers: onEvent(event) for each callback; onTree(part) for what the tree worker read of the tree
+  // documents (treeReader.js); onEnd(reason) when the session ended.
+  constructor(id, { onEvent, onTree, onEnd }) {
     this.id = id;
-    // The stream resumes by itself after the last event it got, so a broken
-    // connection loses nothing. onEvent also learns when the event arrived,
-    // before its parsing.
-    this.events = new EventStream(`/api/events?session=${encodeURIComponent(id)}`, {
-      headers: authorization(),
-      onMessage: (data) => onEvent(performance.now(), JSON.parse(data)),
-      onNamed: (name, data) => {
-        if (name !== 'end') return;
-        this.events.close();
-        onEnd(JSON.parse(data).reason);
-      },
-      onRefused: (status, text) => onEnd(`${status}: ${text}`),
-    });
+    // The stream is read in a worker of its own, which reads the tree
+    // documents as they arrive; it resumes by itself after the last event
+    // it got, so a broken connection loses nothing.
+    this.worker = firstWorker ?? streamWorker();
+    firstWorker = null;
+    this.worker.onmessage = ({ data: parts }) => {
+      for (const part of parts) {
+        if (part.kind === 'event') {
+          onEvent(part.event);
+        } else if (part.kind === 'named') {
+          if (part.name !== 'end') continue;
+          this.worker.terminate();
+          onEnd(JSON.parse(part.data).reason);
+        } else if (part.kind === 'refused') {
+          onEnd(`${part.status}: ${part.text}`);
+        } else {
+          onTree(part);
+        }
+      }
+    };
+    this.worker.postMessage({ open: { url: `/api/events?session=${encodeURIComponent(id)}`, headers: authorization() } });
     addEventListener('pagehide', () => this.close());
   }
 
@@ -84,7 +100,7 @@ export class Session {
   }
 
   close() {
-    this.events.close();
+    this.worker.terminate();
     fetch(`/api/sessions/${encodeURIComponent(this.id)}`, { method: 'DELETE', headers: authorization(), keepalive: true })
       .catch(() => {});
   }

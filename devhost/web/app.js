@@ -6,21 +6,20 @@
 import { Session, request } from './api.js';
 import { Commands } from './commands.js';
 import { colorSwatch, showDocument } from './documentView.js';
-import { hexColor, parseDocument, parseTreeDocument, parseViewable } from './documents.js';
+import { hexColor, parseDocument, parseViewable } from './documents.js';
 import { HostPanel } from './hostPanel.js';
 import { HostState } from './hostState.js';
 import { Banner, Notices } from './notices.js';
 import { STATE_NAMES, STATES, HIDING_STATES, TreeModel } from './treeModel.js';
 import { TreeMenu } from './treeMenu.js';
 import { ICONS, TreeView } from './treeView.js';
-import { Viewer } from './viewer.js';
 
 const $ = (selector) => document.querySelector(selector);
 const panel = (id) => Notices.of($(id));
 
 const model = new TreeModel();
 const banner = new Banner($('#banner'));
-const page = { treeShownAt: null, startedAt: performance.now(), documents: 0, changes: 0, timings: null,
+const page = { treeShownAt: null, startedAt: performance.now(), documents: 0, changes: 0, firstNodesAt: null,
                viewables: new Map(), treeLoaded: false };
 window.webapiPage = page;
 let session;
@@ -105,8 +104,9 @@ async function traceLines(since, test) {
   }
 }
 
+// The tree's selection; nodes of a tree cleared since are not in it.
 function selectedNodes() {
-  return [...treeView.selected];
+  return [...treeView.selected].filter((node) => model.holds(node));
 }
 
 function showTreeSelection() {
@@ -184,7 +184,7 @@ function showHostSelection() {
     link.textContent = path.slice(path.lastIndexOf('/') + 1);
     link.title = `Show ${path} in the tree`;
     link.addEventListener('click', () => {
-      const node = model.pathIndex().get(path);
+      const node = model.find(path);
       if (node) treeView.reveal(node);
       $('#tree').focus();
     });
@@ -265,44 +265,49 @@ function drawViewSwitch() {
 
 // ---- callbacks ----------------------------------------------------------------
 
-function onEvent(arrived, event) {
+// What the tree worker read of a tree document: nodes, states or removals
+// as they arrive, then the document's end.
+function onTree(part) {
+  if (part.kind === 'end') {
+    page.documents++;
+    commands?.noteTreeDocument();
+    // Answers to the state query, for whoever waits for one.
+    if (part.document === 'treeUpdateChanges') page.changes++;
+    if (part.document === 'clearTree') {
+      showLoading(true);
+      readTreeAgain();
+    }
+    return;
+  }
+  treeView.refresh(model.apply(part));
+  $('#tree-count').textContent = `${model.size} nodes`;
+  if (!page.treeLoaded) $('#tree-loading-text').textContent = `${model.size} nodes received`;
+  // From the first frame with rows on, the page tells how many nodes it holds.
+  if (page.treeShownAt !== null) {
+    document.body.dataset.treeReady = String(model.size);
+  } else if (model.size && page.firstNodesAt === null) {
+    page.firstNodesAt = performance.now();
+    requestAnimationFrame(() => {
+      page.treeShownAt = performance.now();
+      document.body.dataset.treeReady = String(model.size);
+      startViewer();
+    });
+  }
+}
+
+function onEvent(event) {
   switch (event.method) {
     case 'OnTreeMappingBegin':
       page.mappingBegun = true;
       if (!page.treeLoaded) showLoading(true);
       break;
-    case 'OnTreeMapping':
-    case 'OnTreeUpdate': {
-      const [text] = event.args;
-      page.documents++;
-      commands?.noteTreeDocument();
-      const parsed = parseTreeDocument(text);
-      // Answers to the state query, for whoever waits for one.
-      if (parsed?.treeUpdateChanges) page.changes++;
-      const parsedAt = performance.now();
-      const shapeChanged = model.apply(parsed);
-      treeView.refresh(shapeChanged);
-      $('#tree-count').textContent = `${model.size} nodes`;
-      if (!page.treeLoaded) $('#tree-loading-text').textContent = `${model.size} nodes received`;
-      if (model.size && page.treeShownAt === null) {
-        // How the first document with nodes took its time, for the benchmark.
-        page.timings ??= { arrived, parsed: parsedAt, indexed: performance.now() };
-        requestAnimationFrame(() => {
-          page.treeShownAt = performance.now();
-          document.body.dataset.treeReady = String(model.size);
-          startViewer();
-        });
-      }
-      if (parsed?.clearTree) {
-        showLoading(true);
-        readTreeAgain();
-      }
-      break;
-    }
     case 'OnTreeMappingEnd':
       if (model.size) showLoading(false);
-      if (host) markProxies(host.proxies);
+      markProxies(host.proxies);
       showHostSelection();
+      break;
+    case 'OnTreeUpdateEnd':
+      if (page.mappingBegun) initialStatesIn();
       break;
     // The request id is the only argument of the start and the end.
     case 'StartViewablesResult':
@@ -592,7 +597,7 @@ function traceSoon() {
   if (traceTimer) return;
   traceTimer = setTimeout(() => {
     traceTimer = null;
-    hostPanel.readTraces();
+    hostPanel?.readTraces();
   }, 200);
 }
 
@@ -603,7 +608,8 @@ function traceSoon() {
 // or closed without a word, or another tab): any handle ends the registered
 // observer.
 async function registerTree() {
-  await commands.call(notices.tree, 'UnRegisterTreeObserver', ['session'], { label: 'Taking the tree over', effects: null, done: () => '' });
+  // Its failure is the registration's to tell.
+  await session.call('UnRegisterTreeObserver', 'session').catch(() => null);
   const registered = await commands.call(notices.toolbar, 'RegisterTreeObserver', ['session'],
     { label: 'Registering the tree observer', effects: null });
   if (registered) notices.toolbar.done(`Session ${session.id}`);
@@ -622,7 +628,7 @@ function sessionEnded(reason) {
   renewing = (async () => {
     while (!host.connected) await new Promise((resolve) => host.addEventListener('connection', resolve, { once: true }));
     try {
-      session = await Session.open(onEvent, sessionEnded);
+      session = await Session.open({ onEvent, onTree, onEnd: sessionEnded });
       commands.session = session;
       page.session = session.id;
       model.clear();
@@ -653,18 +659,33 @@ function readTreeAgain() {
 
 // ---- start --------------------------------------------------------------------
 
-// The viewer starts once the tree's first rows are up (or once it is known
-// that no tree comes): drawing a large scene holds the page for seconds in a
-// software renderer, and the tree must not wait for it.
+// The viewer (and the 3D library it loads) starts once the tree's first rows
+// are up, or once it is known that no tree comes: drawing a large scene holds
+// the page for seconds in a software renderer, and the tree must not wait
+// for it.
 let viewerStarted = false;
-function startViewer() {
-  if (viewerStarted || !host) return;
+async function startViewer() {
+  if (viewerStarted || !hostPanel) return;
   viewerStarted = true;
+  $('#viewer-caption').textContent = 'starting the viewer…';
   try {
+    const { Viewer } = await import('./viewer.js');
     new Viewer($('#viewer-pane'), host);
   } catch (error) {
     $('#viewer-caption').textContent = `The viewer could not start: ${error.message}`;
   }
+}
+
+// The registration's initial states applied (or, at the latest, after
+// INITIAL_STATES_MS, should the module not end them).
+const INITIAL_STATES_MS = 20000;
+let initialStatesIn;
+const initialStates = new Promise((resolve) => { initialStatesIn = resolve; });
+
+function unreachable(error) {
+  banner.show('connection', `The program does not answer (${error.message}). Start it with scripts/devhost.sh, then reload.`,
+    'Reload the page', () => location.reload());
+  throw error;
 }
 
 async function start() {
@@ -672,23 +693,24 @@ async function start() {
   showTreeSelection();
   showLoading(true);
   wirePanels();
-  try {
-    host = await HostState.open();
-  } catch (error) {
-    banner.show('connection', `The program does not answer (${error.message}). Start it with scripts/devhost.sh, then reload.`,
-      'Reload the page', () => location.reload());
-    throw error;
-  }
-  hostPanel = new HostPanel(host, { progress: $('#progress'), workflow: $('#workflow'), traces: $('#traces') });
-  session = await Session.open(onEvent, sessionEnded);
+  // The tree comes first: its observer is registered at once, and the host's
+  // state (views, the scenes' shapes, ...) is read once the module has sent
+  // the registration's documents, so that neither slows the other.
+  host = new HostState();
+  session = await Session.open({ onEvent, onTree, onEnd: sessionEnded }).catch(unreachable);
   commands = new Commands({ session, host, banner, afterCall: traceSoon });
-  followHost();
   page.session = session.id;
   page.registeredAt = performance.now();
   await registerTree();
   await request('POST', '/host/settle', {});
-  // A world without a tree sends no mapping at all.
+  // The module has sent the registration's documents: the mapping, then the
+  // states, ended by OnTreeUpdateEnd; a world without a tree sends none.
   await new Promise((resolve) => setTimeout(resolve, page.mappingBegun ? 0 : 1500));
+  if (page.mappingBegun) await Promise.race([initialStates, new Promise((resolve) => setTimeout(resolve, INITIAL_STATES_MS))]);
+  await host.connect().catch(unreachable);
+  hostPanel = new HostPanel(host, { progress: $('#progress'), workflow: $('#workflow'), traces: $('#traces') });
+  followHost();
+  markProxies(host.proxies);
   if (!page.mappingBegun && !model.size) {
     showLoading(false);
     $('#tree-count').textContent = 'no tree: the module sent none';

@@ -9,36 +9,6 @@ export function parseDocument(text) {
   }
 }
 
-// A "treeMapping" in the writer's form is read by a scanner: JSON.parse of a
-// million entries takes seconds to build objects that are only copied. Any
-// text not exactly of that form goes to JSON.parse.
-const MAPPING_HEAD = '{"treeMapping":[';
-const MAPPING_ENTRY = /\{"id":"([^"\\\x00-\x1f]*)","idpath":"((?:[^"\\\x00-\x1f]|\\.)*)"\}(,|\]\}$)/y;
-
-export function parseTreeDocument(text) {
-  return (text.startsWith(MAPPING_HEAD) && readMapping(text)) || parseDocument(text);
-}
-
-function readMapping(text) {
-  const entries = [];
-  MAPPING_ENTRY.lastIndex = MAPPING_HEAD.length;
-  for (;;) {
-    const found = MAPPING_ENTRY.exec(text);
-    if (!found) return null;
-    const [, id, path, next] = found;
-    let idpath = path;
-    if (path.includes('\\')) {
-      try {
-        idpath = JSON.parse(`"${path}"`);
-      } catch {
-        return null;
-      }
-    }
-    entries.push({ id, idpath });
-    if (next !== ',') return { treeMapping: entries };
-  }
-}
-
 // A "viewable" document: {"viewable": {"name", "idpath", "viewableType", "pngb64"?, "index"}}.
 export function parseViewable(text) {
   const parsed = parseDocument(text);

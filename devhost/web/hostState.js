@@ -17,13 +17,7 @@ const KEEP_CALLS = 200;
 export class HostState extends EventTarget {
   // maxShapes: the shape instances read of each scene at most (a large
   // world has more than a page draws).
-  static async open({ maxShapes = 50000 } = {}) {
-    const state = new HostState(maxShapes);
-    await state.connect();
-    return state;
-  }
-
-  constructor(maxShapes) {
+  constructor(maxShapes = 50000) {
     super();
     this.maxShapes = maxShapes;
     this.activeView = null;

@@ -40,7 +40,7 @@ export class TreeView {
     this.callbacks = callbacks;
     this.spacer = element.querySelector('.tree-spacer');
     this.layer = element.querySelector('.tree-rows');
-    this.rows = [];
+    this.rows = model.visibleRows();
     this.selected = new Set();
     this.primary = null;  // the focused row's node, and the anchor of Shift ranges' moving end
     this.anchor = null;
@@ -79,8 +79,8 @@ export class TreeView {
     this.rows = this.model.visibleRows(this.filterText ? this.keep : null);
     this.spacer.style.height = `${this.rows.length * ROW}px`;
     this.stale = false;
-    for (const node of this.selected) if (!this.model.byId[node.id]) this.selected.delete(node);
-    if (this.primary && !this.model.byId[this.primary.id]) this.primary = null;
+    for (const node of this.selected) if (!this.model.holds(node)) this.selected.delete(node);
+    if (this.primary && !this.model.holds(this.primary)) this.primary = null;
   }
 
   // Narrows the rows to names holding text; "" shows the tree as opened.
@@ -106,14 +106,15 @@ export class TreeView {
   }
 
   draw() {
+    if (!this.rows.current) this.layout();
     const top = this.element.scrollTop;
     const first = Math.max(0, Math.floor(top / ROW) - 10);
     const last = Math.min(this.rows.length, Math.ceil((top + this.element.clientHeight) / ROW) + 10);
     const html = [];
-    const setSize = (node) => (node.parent ? node.parent.children.length : this.model.roots.length);
-    const position = (node) => (node.parent ? node.parent.children : this.model.roots).indexOf(node) + 1;
+    const setSize = (node) => (node.parent ? node.parent.childCount : this.model.rootCount);
     for (let i = first; i < last; i++) {
-      const { node, depth } = this.rows[i];
+      const node = this.rows.node(i);
+      const depth = this.rows.depth(i);
       const name = escapeHtml(node.name);
       const classes = ['row'];
       const selected = this.selected.has(node);
@@ -123,10 +124,10 @@ export class TreeView {
       if (inViewer) classes.push('in-viewer');
       const state = ICONS[node.state] ? node.state : 0;
       const expandable = node.expandable;
-      const open = expandable && (node.expanded || (Boolean(this.filterText) && node.children.length > 0));
+      const open = expandable && (node.expanded || (Boolean(this.filterText) && node.childCount > 0));
       const attributes = [
         `role="treeitem" id="tn-${node.id}" aria-label="${name}" aria-level="${depth + 1}"`,
-        `aria-setsize="${setSize(node)}" aria-posinset="${position(node)}" aria-selected="${selected}"`,
+        `aria-setsize="${setSize(node)}" aria-posinset="${this.rows.place(i)}" aria-selected="${selected}"`,
         expandable ? `aria-expanded="${open}"` : '',
         inViewer ? 'aria-description="selected in the viewer"' : '',
       ].join(' ');
@@ -139,12 +140,13 @@ export class TreeView {
         + twisty + eye
         + `<span class="name">${this.highlight(node.name)}</span>`
         + (node.unread ? `<span class="note" title="${node.proxy === 'failed' ? 'The host failed to read this branch' : 'A branch the host has not read yet'}">${node.proxy === 'failed' ? 'could not be read' : 'not read'}</span>` : '')
-        + (node.children.length ? `<span class="type" aria-hidden="true">${node.children.length}</span>` : '')
+        + (node.childCount ? `<span class="type" aria-hidden="true">${node.childCount}</span>` : '')
         + (inViewer ? '<span class="viewer-mark" title="Selected in the viewer" aria-hidden="true">◆</span>' : '')
         + '</div>');
     }
     this.layer.innerHTML = html.join('');
-    if (this.primary && this.rows.some((row, i) => i >= first && i < last && row.node === this.primary))
+    const focused = this.rows.indexOf(this.primary);
+    if (focused >= first && focused < last)
       this.element.setAttribute('aria-activedescendant', `tn-${this.primary.id}`);
     else
       this.element.removeAttribute('aria-activedescendant');
@@ -159,7 +161,7 @@ export class TreeView {
   }
 
   rowIndex(node) {
-    return this.rows.findIndex((row) => row.node === node);
+    return this.rows.indexOf(node);
   }
 
   // ---- selection and focus ---------------------------------------------------
@@ -168,7 +170,7 @@ export class TreeView {
   focusRow(index, select = 'only') {
     if (!this.rows.length) return;
     index = Math.max(0, Math.min(this.rows.length - 1, index));
-    const { node } = this.rows[index];
+    const node = this.rows.node(index);
     if (select === 'only') {
       this.selected = new Set([node]);
       this.anchor = node;
@@ -179,7 +181,7 @@ export class TreeView {
     } else if (select === 'range') {
       const from = this.anchor ? this.rowIndex(this.anchor) : index;
       const [low, high] = from <= index ? [Math.max(0, from), index] : [index, from];
-      this.selected = new Set(this.rows.slice(low, high + 1).map((row) => row.node));
+      this.selected = new Set(this.rows.between(low, high));
     }
     this.primary = node;
     this.scrollTo(index);
@@ -206,8 +208,8 @@ export class TreeView {
 
   expandAll() {
     const opened = [];
-    for (const node of this.model.nodes()) {
-      if (!node.expandable || node.expanded) continue;
+    for (const node of this.model.expandable()) {
+      if (node.expanded) continue;
       node.expanded = true;
       opened.push(node);
     }
@@ -217,7 +219,7 @@ export class TreeView {
   }
 
   collapseAll() {
-    for (const node of this.model.nodes()) node.expanded = false;
+    this.model.collapseAll();
     this.layout();
     this.element.scrollTop = 0;
     this.draw();
@@ -237,7 +239,7 @@ export class TreeView {
     const rowElement = event.target.closest('.row');
     if (!rowElement) return;
     const index = Number(rowElement.dataset.row);
-    const { node } = this.rows[index];
+    const node = this.rows.node(index);
     this.element.focus({ preventScroll: true });
     if (event.target.closest('.twisty')) {
       this.primary = node;
@@ -258,7 +260,7 @@ export class TreeView {
     if (!rowElement) return;
     event.preventDefault();
     const index = Number(rowElement.dataset.row);
-    const { node } = this.rows[index];
+    const node = this.rows.node(index);
     this.focusRow(index, this.selected.has(node) ? false : 'only');
     this.callbacks.onMenu(node, event.clientX, event.clientY);
   }
@@ -268,7 +270,7 @@ export class TreeView {
   key(event) {
     if (!this.rows.length) return;
     const index = this.primary ? Math.max(0, this.rowIndex(this.primary)) : 0;
-    const node = this.rows[index].node;
+    const node = this.rows.node(index);
     const move = (to) => this.focusRow(to, event.shiftKey ? 'range' : event.ctrlKey || event.metaKey ? false : 'only');
     const page = Math.max(1, Math.floor(this.element.clientHeight / ROW) - 1);
     switch (event.key) {
@@ -280,7 +282,7 @@ export class TreeView {
       case 'End': move(this.rows.length - 1); break;
       case 'ArrowRight':
         if (node.expandable && !node.expanded && !this.filterText) this.toggle(node, true);
-        else if (node.children.length && (node.expanded || this.filterText)) move(index + 1);
+        else if (node.childCount && (node.expanded || this.filterText)) move(index + 1);
         break;
       case 'ArrowLeft':
         if (node.expanded && !this.filterText) this.toggle(node, false);
@@ -304,7 +306,7 @@ export class TreeView {
         break;
       case 'a':
         if (!(event.ctrlKey || event.metaKey)) return this.typeAhead(event);
-        this.selected = new Set(this.rows.map((row) => row.node));
+        this.selected = new Set(this.rows.between(0, this.rows.length - 1));
         this.draw();
         this.callbacks.onSelect(this.primary, [...this.selected]);
         break;
@@ -332,7 +334,7 @@ export class TreeView {
     const from = this.typed.length === 1 ? start + 1 : Math.max(0, start);
     for (let step = 0; step < this.rows.length; step++) {
       const i = (from + step) % this.rows.length;
-      if (this.rows[i].node.name.toLowerCase().startsWith(wanted)) {
+      if (this.model.name(this.rows.nodes[i]).toLowerCase().startsWith(wanted)) {
         this.focusRow(i, 'only');
         break;
       }
