@@ -213,12 +213,18 @@ export class Viewer {
     const first = sceneName !== this.sceneName;
     this.sceneName = sceneName;
     let geometry;
+    this.caption.textContent = `${sceneName}: reading the geometry…`;
     try {
       geometry = await fetchSceneGeometry(sceneName);
     } catch (error) {
       if (generation === this.loading) this.say(String(error.message ?? error));
       return;
     }
+    if (generation !== this.loading) return;
+    // A large scene's first frame holds the page a while in a software
+    // renderer: the caption says so before it.
+    this.caption.textContent = `${sceneName}: drawing ${geometry.ids.length} shapes…`;
+    await new Promise((resolve) => requestAnimationFrame(() => setTimeout(resolve, 0)));
     if (generation !== this.loading) return;
     if (this.shapes) {
       this.scene.remove(this.shapes.group);
