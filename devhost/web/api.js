@@ -60,37 +60,52 @@ function streamWorker() {
 }
 
 export class Session {
-  static async open(handlers) {
+  static async open() {
     const { session } = await request('POST', '/api/sessions', {});
-    return new Session(session, handlers);
+    return new Session(session);
   }
 
-  // handlers: onEvent(event) for each callback; onTree(part) for what the tree worker read of the tree
-  // documents (treeReader.js); onEnd(reason) when the session ended.
-  constructor(id, { onEvent, onTree, onEnd }) {
+  constructor(id) {
     this.id = id;
+    // What the stream brought before listen().
+    this.waiting = [];
     // The stream is read in a worker of its own, which reads the tree
     // documents as they arrive; it resumes by itself after the last event
     // it got, so a broken connection loses nothing.
     this.worker = firstWorker ?? streamWorker();
     firstWorker = null;
     this.worker.onmessage = ({ data: parts }) => {
-      for (const part of parts) {
-        if (part.kind === 'event') {
-          onEvent(part.event);
-        } else if (part.kind === 'named') {
-          if (part.name !== 'end') continue;
-          this.worker.terminate();
-          onEnd(JSON.parse(part.data).reason);
-        } else if (part.kind === 'refused') {
-          onEnd(`${part.status}: ${part.text}`);
-        } else {
-          onTree(part);
-        }
-      }
+      if (this.handlers) this.deliver(parts);
+      else this.waiting.push(...parts);
     };
     this.worker.postMessage({ open: { url: `/api/events?session=${encodeURIComponent(id)}`, headers: authorization() } });
     addEventListener('pagehide', () => this.close());
+  }
+
+  // handlers: onEvent(event) for each callback; onTree(part) for what the
+  // tree worker read of the tree documents (treeReader.js); onEnd(reason)
+  // when the session ended. What came before goes to them at once.
+  listen(handlers) {
+    this.handlers = handlers;
+    this.deliver(this.waiting);
+    this.waiting = null;
+  }
+
+  deliver(parts) {
+    const { onEvent, onTree, onEnd } = this.handlers;
+    for (const part of parts) {
+      if (part.kind === 'event') {
+        onEvent(part.event);
+      } else if (part.kind === 'named') {
+        if (part.name !== 'end') continue;
+        this.worker.terminate();
+        onEnd(JSON.parse(part.data).reason);
+      } else if (part.kind === 'refused') {
+        onEnd(`${part.status}: ${part.text}`);
+      } else {
+        onTree(part);
+      }
+    }
   }
 
   // Calls a method of the module; "session" stands for this session's own

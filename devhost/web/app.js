@@ -4,6 +4,7 @@
 // workflow messages) comes from its event stream through HostState.
 
 import { Session, request } from './api.js';
+import { opening, registering } from './boot.js';
 import { Commands } from './commands.js';
 import { colorSwatch, showDocument } from './documentView.js';
 import { hexColor, parseDocument, parseViewable } from './documents.js';
@@ -603,15 +604,12 @@ function traceSoon() {
 
 // ---- the session ----------------------------------------------------------------
 
-// The module serves one tree observer at a time and drops a second one, so a
-// page takes the tree over from whichever page held it before (one reloaded
-// or closed without a word, or another tab): any handle ends the registered
-// observer.
-async function registerTree() {
-  // Its failure is the registration's to tell.
-  await session.call('UnRegisterTreeObserver', 'session').catch(() => null);
+// The observer is registered again after a take-over (see boot.js); sent is
+// the registration's reply when boot.js made it.
+async function registerTree(sent = null) {
+  if (!sent) await session.call('UnRegisterTreeObserver', 'session').catch(() => null);
   const registered = await commands.call(notices.toolbar, 'RegisterTreeObserver', ['session'],
-    { label: 'Registering the tree observer', effects: null });
+    { label: 'Registering the tree observer', effects: null, sent });
   if (registered) notices.toolbar.done(`Session ${session.id}`);
   return registered;
 }
@@ -628,7 +626,8 @@ function sessionEnded(reason) {
   renewing = (async () => {
     while (!host.connected) await new Promise((resolve) => host.addEventListener('connection', resolve, { once: true }));
     try {
-      session = await Session.open({ onEvent, onTree, onEnd: sessionEnded });
+      session = await Session.open();
+      session.listen({ onEvent, onTree, onEnd: sessionEnded });
       commands.session = session;
       page.session = session.id;
       model.clear();
@@ -693,15 +692,17 @@ async function start() {
   showTreeSelection();
   showLoading(true);
   wirePanels();
-  // The tree comes first: its observer is registered at once, and the host's
-  // state (views, the scenes' shapes, ...) is read once the module has sent
-  // the registration's documents, so that neither slows the other.
+  // The tree comes first: boot.js registered its observer while the page's
+  // scripts loaded, and the host's state (views, the scenes' shapes, ...) is
+  // read once the module has sent the registration's documents, so that
+  // neither slows the other.
   host = new HostState();
-  session = await Session.open({ onEvent, onTree, onEnd: sessionEnded }).catch(unreachable);
+  session = await opening.catch(unreachable);
+  session.listen({ onEvent, onTree, onEnd: sessionEnded });
   commands = new Commands({ session, host, banner, afterCall: traceSoon });
   page.session = session.id;
   page.registeredAt = performance.now();
-  await registerTree();
+  await registerTree(registering);
   await request('POST', '/host/settle', {});
   // The module has sent the registration's documents: the mapping, then the
   // states, ended by OnTreeUpdateEnd; a world without a tree sends none.

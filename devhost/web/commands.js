@@ -46,14 +46,15 @@ export class Commands {
   // reply, or null after a failure. options: label (what the user calls
   // it), effects (event kinds that show it worked, or null for none
   // expected), done(reply, events) for the outcome text, check(seen,
-  // reply) for a failure the host showed (a text, or null).
+  // reply) for a failure the host showed (a text, or null), sent (the
+  // reply of the call when it was made already).
   async call(notices, method, args = [], options = {}) {
     const label = options.label ?? method;
     const effects = options.effects === undefined ? EFFECTS[method] : options.effects;
     notices.busy(`${label}…`);
     const seen = this.watch();
     try {
-      const reply = await this.session.call(method, ...args);
+      const reply = await (options.sent ?? this.session.call(method, ...args));
       await request('POST', '/host/settle', {});
       if (effects) await seen.until((events) => events.some((event) => effects.includes(event.kind)), EVENTS_TRAIL_MS);
       else await seen.pause(50);
