@@ -18,11 +18,13 @@
 //   the first rows show, on the first closed row's expander, to the frame
 //   in which its children show with their state icons.
 // Times run from navigation start. Medians and spreads (min-max) are
-// printed, the program's peak RSS last. Rows, buttons and icons are found
+// printed, then the program's peak RSS and, once the page is ready, the
+// JavaScript heaps of the page's thread and of its tree worker (after a
+// garbage collection) and the peak RSS of Chromium's renderer. Rows, buttons and icons are found
 // by their roles and labels.
 
 import { createServer } from 'node:http';
-import { readFileSync } from 'node:fs';
+import { readdirSync, readFileSync } from 'node:fs';
 import { gateway, openBrowser, startHost } from '../../tests/browser/harness.mjs';
 
 const args = process.argv.slice(2);
@@ -140,6 +142,49 @@ function watchPage(documents) {
   requestAnimationFrame(look);
 }
 
+// The JavaScript heaps of the page's thread and of its tree worker, after a
+// garbage collection, in MB: used, and the array buffers' backing stores.
+async function heaps(page) {
+  const devtools = await page.context().newCDPSession(page);
+  await devtools.send('HeapProfiler.collectGarbage');
+  const main = await devtools.send('Runtime.getHeapUsage');
+  // The worker is reached through the page's own session.
+  const replies = new Map();
+  devtools.on('Target.receivedMessageFromTarget', ({ message }) => {
+    const reply = JSON.parse(message);
+    replies.get(reply.id)?.(reply.result);
+  });
+  const attached = new Promise((resolve) => devtools.on('Target.attachedToTarget', resolve));
+  await devtools.send('Target.setAutoAttach', { autoAttach: true, waitForDebuggerOnStart: false, flatten: false });
+  const { sessionId } = await attached;
+  let next = 0;
+  const send = (method) => new Promise((resolve) => {
+    replies.set(++next, resolve);
+    devtools.send('Target.sendMessageToTarget', { sessionId, message: JSON.stringify({ id: next, method, params: {} }) });
+  });
+  await send('HeapProfiler.collectGarbage');
+  const worker = await send('Runtime.getHeapUsage');
+  const mb = (bytes) => bytes / 1e6;
+  return { main: mb(main.usedSize), mainBuffers: mb(main.backingStorageSize ?? 0),
+           worker: mb(worker.usedSize), workerBuffers: mb(worker.backingStorageSize ?? 0) };
+}
+
+// The peak resident memory of Chromium's renderer processes (the page's
+// thread and its worker live in one), in MB.
+function rendererPeak() {
+  let peak = 0;
+  for (const pid of readdirSync('/proc').filter((name) => /^\d+$/.test(name))) {
+    try {
+      const command = readFileSync(`/proc/${pid}/cmdline`, 'utf8');
+      if (!command.includes('--type=renderer') || !command.includes('webapi-chromium-')) continue;
+      peak = Math.max(peak, Number(readFileSync(`/proc/${pid}/status`, 'utf8').match(/VmHWM:\s+(\d+)/)[1]) / 1024);
+    } catch {
+      // A process that ended meanwhile.
+    }
+  }
+  return peak;
+}
+
 async function pageRun(url, documents) {
   const browser = await openBrowser();
   const { page } = browser;
@@ -154,7 +199,8 @@ async function pageRun(url, documents) {
       throw new Error(`${error.message}; seen ${JSON.stringify(seen)}`);
     });
     const times = await page.evaluate(() => window.benchTimes);
-    return times;
+    await page.waitForSelector('body[data-ready]', { timeout: limit });
+    return { ...times, heaps: await heaps(page), renderer: rendererPeak() };
   } finally {
     await browser.close();
   }
@@ -203,5 +249,9 @@ for (const size of sizes) {
   console.log(`  first rows ${figure(first)}, ${ratio(first, base)} the bare page`);
   console.log(`  all initial states shown ${figure(states)}, ${ratio(states, base)} the bare page`);
   console.log(`  click to its children's icons ${figure(click)}`);
-  console.log(`  program's peak RSS ${figure(peaks).replace(/ ms/g, '').replace(/\)$/, ') MB')}`);
+  const megabytes = (values) => figure(values).replace(/ ms/g, '').replace(/\)$/, ') MB');
+  console.log(`  program's peak RSS ${megabytes(peaks)}`);
+  console.log(`  page, once ready: JS heap of its thread ${megabytes(page.map((p) => p.heaps.main))} and array buffers ` +
+    `${megabytes(page.map((p) => p.heaps.mainBuffers))}; of its tree worker ${megabytes(page.map((p) => p.heaps.worker))} and ` +
+    `${megabytes(page.map((p) => p.heaps.workerBuffers))}; renderer's peak RSS ${megabytes(page.map((p) => p.renderer))}`);
 }
