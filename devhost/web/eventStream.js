@@ -8,8 +8,8 @@ const RETRY_MS = 1000;
 
 export class EventStream {
   // onMessage(data, id) for each unnamed event; onNamed(name, data) for the
-  // others; onRefused(status, text) when the server refuses the stream,
-  // which ends it. headers go with every request (the gateway's token).
+  // others; onRefused(status, text) when the server refuses the stream with
+  // a 4xx, which ends it. headers go with every request (the gateway's token).
   // dataReader() makes the reader of one event's data (push(piece) as the
   // pieces come, newline() between two data lines, end() for the text, or
   // null for an event that the reader took itself); afterChunk() runs after
@@ -37,6 +37,9 @@ export class EventStream {
         const response = await fetch(`${this.url}${since}`, {
           signal: this.abort.signal, cache: 'no-store', headers: this.headers,
         });
+        // A server busy or shutting down (5xx) is tried again, as a broken
+        // connection is; anything else refuses this stream for good.
+        if (response.status >= 500) throw new Error(`${response.status}`);
         if (!response.ok) {
           this.closed = true;
           this.handlers.onRefused(response.status, await response.text());

@@ -1,7 +1,8 @@
 // The page's reader of the gateway's event stream, in node against a small
 // server: events split anywhere between chunks, a long one, comments and a
 // multi-line data event come through as sent, and a connection broken in
-// the middle of an event resumes after the last whole one, losing nothing;
+// the middle of an event resumes after the last whole one, losing nothing,
+// and so does one that the server answers with a 503;
 // a reader of data gets long lines piece by piece.
 //
 //   node eventStream.test.mjs
@@ -17,8 +18,14 @@ const asked = [];
 
 const server = createServer((request, response) => {
   asked.push(request.url);
+  if (asked.length === 2) {
+    // A server shutting down or full: tried again, not the stream's end.
+    response.writeHead(503, { 'Content-Type': 'application/json' });
+    response.end('{"error":"busy"}');
+    return;
+  }
   response.writeHead(200, { 'Content-Type': 'text/event-stream' });
-  if (asked.length % 2 === 1) {
+  if (asked.length === 1) {
     // Cut anywhere, a UTF-8 character's bytes included, then broken off.
     const bytes = Buffer.from(first);
     const cuts = [3, 10, 11, 40, 1000, 65536, bytes.length - 40, bytes.length - 39];
@@ -50,7 +57,7 @@ async function readAll(dataReader) {
     setTimeout(() => reject(new Error('no end event within 20 s')), 20000).unref();
   });
   assert.deepEqual(ended, ['end', '{"reason":"done"}']);
-  assert.deepEqual(asked, ['/api/events?session=1', '/api/events?session=1&since=2']);
+  assert.deepEqual(asked, ['/api/events?session=1', '/api/events?session=1&since=2', '/api/events?session=1&since=2']);
   assert.equal(messages.length, 3);
   assert.deepEqual(messages[0], ['1', '{"seq":1}']);
   assert.equal(messages[1][0], '2');
