@@ -489,18 +489,22 @@ async function listAnnotations() {
   }
 }
 
+// The list shows once every name is read, with its outcome, so that a set
+// loaded from it tells its own outcome last.
 async function listSets() {
-  const count = (await commands.call(notices.sets, 'GetNumberOfAnnotationSets', [], { label: 'Listing annotation sets' }))?.result ?? 0;
   const list = $('#sets');
   list.textContent = '';
+  const count = (await commands.call(notices.sets, 'GetNumberOfAnnotationSets', [], { label: 'Listing annotation sets' }))?.result ?? 0;
+  const names = [];
   for (let i = 0; i < count; i++) {
-    let name;
     try {
-      name = (await session.call('GetAnnotationSetName', i)).result;
+      names.push((await session.call('GetAnnotationSetName', i)).result);
     } catch (error) {
       commands.failed(notices.sets, 'GetAnnotationSetName', error);
       return;
     }
+  }
+  for (const name of names) {
     const item = document.createElement('li');
     const button = document.createElement('button');
     button.textContent = 'Load';
@@ -516,7 +520,9 @@ async function listSets() {
 // status it reports, and a set may switch the active view.
 async function loadSet(name) {
   const viewBefore = host.activeView;
+  const setsBefore = host.appliedSets.length;
   let status = null;
+  waitingSet = null;
   await commands.call(notices.sets, 'LoadAnnotationSet', [name], {
     label: `Loading ${name}`,
     check: async (seen) => {
@@ -525,12 +531,21 @@ async function loadSet(name) {
     },
     done: () => (status === null ? `${name} is being applied; its end shows here.` : `${name} applied`),
   });
+  if (status === null) {
+    // Its end may have come while the outcome was being told.
+    waitingSet = name;
+    const ended = host.appliedSets.slice(setsBefore).find((set) => set?.name === name && set.status !== -1);
+    if (ended) onAppliedSet(ended);
+  }
   if (host.activeView !== viewBefore) noteViewSwitch(`Loading ${name}`, viewBefore, host.activeView);
 }
 
-// Sets whose end came after the page stopped waiting.
+// The set whose end came after the page stopped waiting for it, told when
+// it comes.
+let waitingSet = null;
 function onAppliedSet(set) {
-  if (set.status === -1 || notices.sets.status.textContent !== `${set.name} is being applied; its end shows here.`) return;
+  if (set.status === -1 || set.name !== waitingSet) return;
+  waitingSet = null;
   if (set.status === 0) notices.sets.done(`${set.name} applied`);
   else notices.sets.failed(`${set.name} failed to apply: the host reported status ${set.status}.`);
 }
