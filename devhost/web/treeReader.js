@@ -18,11 +18,17 @@
 //   {kind: 'end', method, document}       a tree event was read whole;
 //     document is its top key ("treeMapping", "treeUpdateChanges", ...).
 //
-// The reader keeps what it needs to place nodes: ids, parents and tails.
+// The reader keeps what it needs to place nodes: the index by id, the
+// parents and children, and where each node's name is in the texts it sent.
 // Texts not of the module's writer form are read by JSON.parse and give the
-// same parts.
+// same parts. A mapping's nodes go to the page as they are read; states and
+// removals once their document was read whole, so that a text that turns
+// out not to be JSON changes none (a mapping keeps the whole entries read
+// before such a fault).
 
 const BATCH = 16384;
+// A node's text index once the node was removed.
+const GONE = -1;
 // How much of an entry may be left over at the end of a piece before the
 // scanner decides the text is not of the writer's form.
 const LONGEST_ENTRY = 65536;
@@ -82,13 +88,16 @@ class Batch {
     return this.nodes + this.states;
   }
 
-  addNode(parent, id, tail) {
+  // Adds node index; the reader keeps where in this batch's text its tail is.
+  addNode(index, parent, id, tail) {
     const at = this.nodes++;
+    const { reader } = this;
     this.parents[at] = parent;
     this.text += id;
-    this.ends[2 * at] = this.text.length;
+    this.ends[2 * at] = reader.tailStart[index] = this.text.length;
     this.text += tail;
-    this.ends[2 * at + 1] = this.text.length;
+    this.ends[2 * at + 1] = reader.tailEnd[index] = this.text.length;
+    reader.textOf[index] = reader.texts.length;
     if (this.nodes === BATCH) this.flush();
   }
 
@@ -106,6 +115,7 @@ class Batch {
       const parent = this.parents.slice(0, this.nodes);
       const ends = this.ends.slice(0, 2 * this.nodes);
       const moves = Int32Array.from(this.moves);
+      this.reader.texts.push(this.text);
       post({ kind: 'nodes', first: this.first, parent, text: this.text, ends, moves }, [parent.buffer, ends.buffer, moves.buffer]);
     }
     if (this.states) {
@@ -126,8 +136,12 @@ export class TreeReader {
 
   clear() {
     this.byId = Object.create(null);
-    this.ids = [];
-    this.tails = [];
+    // Each node's tail, in the texts of the batches it came in (ids
+    // included, as the page has them): offsets, not a string per node.
+    this.texts = [];
+    this.textOf = new Int32Array(0);
+    this.tailStart = new Uint32Array(0);
+    this.tailEnd = new Uint32Array(0);
     this.parent = new Int32Array(0);
     this.firstChild = new Int32Array(0);
     this.lastChild = new Int32Array(0);
@@ -165,7 +179,6 @@ export class TreeReader {
     const index = this.size++;
     if (index === this.parent.length) this.grow();
     this.byId[id] = index;
-    this.ids[index] = id;
     const cut = idpath.lastIndexOf('/');
     let parent = -1;
     if (cut >= 0) {
@@ -178,7 +191,6 @@ export class TreeReader {
       parent = top >= 0 ? stack.indexes[top] : this.find(idpath.slice(0, cut));
     }
     const tail = parent >= 0 ? idpath.slice(cut + 1) : idpath;
-    this.tails[index] = tail;
     this.firstChild[index] = -1;
     this.lastChild[index] = -1;
     this.link(index, parent);
@@ -193,14 +205,14 @@ export class TreeReader {
     if (adopted) {
       this.orphans.delete(idpath);
       for (const orphan of adopted) {
-        if (this.ids[orphan] === undefined) continue;
+        if (this.textOf[orphan] === GONE) continue;
         this.unlink(orphan);
         this.link(orphan, index);
-        this.tails[orphan] = this.tails[orphan].slice(idpath.length + 1);
+        this.tailStart[orphan] += idpath.length + 1;
         batch.moves.push(batch.nodes, orphan, index);
       }
     }
-    batch.addNode(parent, id, tail);
+    batch.addNode(index, parent, id, tail);
     stack.paths[stack.depth] = idpath;
     stack.indexes[stack.depth++] = index;
     return true;
@@ -208,11 +220,16 @@ export class TreeReader {
 
   grow() {
     const size = Math.max(1024, this.parent.length * 2);
-    for (const name of ['parent', 'firstChild', 'lastChild', 'next']) {
-      const bigger = new Int32Array(size);
+    for (const name of ['parent', 'firstChild', 'lastChild', 'next', 'textOf', 'tailStart', 'tailEnd']) {
+      const bigger = new this[name].constructor(size);
       bigger.set(this[name]);
       this[name] = bigger;
     }
+  }
+
+  tail(index) {
+    const text = this.textOf[index] === this.texts.length ? this.shared.text : this.texts[this.textOf[index]];
+    return text.slice(this.tailStart[index], this.tailEnd[index]);
   }
 
   setState(batch, id, state, loaded) {
@@ -221,19 +238,27 @@ export class TreeReader {
     batch.addState(index, state, loaded);
   }
 
-  removeNode(id) {
-    const index = this.byId[id];
-    if (index === undefined) return -1;
-    this.unlink(index);
-    const drop = [index];
-    while (drop.length) {
-      const gone = drop.pop();
-      delete this.byId[this.ids[gone]];
-      this.ids[gone] = undefined;
-      this.tails[gone] = undefined;
-      for (let child = this.firstChild[gone]; child !== -1; child = this.next[child]) drop.push(child);
+  // Removes the nodes of ids with their branches; gives the indexes of those
+  // it knew. The ids of the nodes are not kept (the page holds them), so
+  // the index by id is read through once for the whole document.
+  remove(ids) {
+    const removed = [];
+    const dropped = new Set();
+    for (const id of ids) {
+      const index = this.byId[id];
+      if (index === undefined || this.textOf[index] === GONE) continue;
+      this.unlink(index);
+      removed.push(index);
+      const drop = [index];
+      while (drop.length) {
+        const gone = drop.pop();
+        dropped.add(gone);
+        this.textOf[gone] = GONE;
+        for (let child = this.firstChild[gone]; child !== -1; child = this.next[child]) drop.push(child);
+      }
     }
-    return index;
+    if (dropped.size) for (const id in this.byId) if (dropped.has(this.byId[id])) delete this.byId[id];
+    return removed;
   }
 
   // Makes index the last child of parent, or a root when parent is -1.
@@ -268,13 +293,13 @@ export class TreeReader {
   // The node of an idpath, found down from the roots one name at a time.
   find(idpath) {
     for (const root of this.roots) {
-      const rootPath = this.tails[root];
+      const rootPath = this.tail(root);
       if (idpath === rootPath) return root;
       if (!idpath.startsWith(rootPath) || idpath[rootPath.length] !== '/') continue;
       let node = root;
       for (const name of idpath.slice(rootPath.length + 1).split('/')) {
         let child = this.firstChild[node];
-        while (child !== -1 && this.tails[child] !== name) child = this.next[child];
+        while (child !== -1 && this.tail(child) !== name) child = this.next[child];
         node = child;
         if (node === -1) break;
       }
@@ -298,7 +323,7 @@ export class TreeReader {
         for (const entry of entries)
           if (typeof entry?.idpath === 'string') this.addNode(batch, String(entry.id), entry.idpath, stack);
       } else if (key === 'treeRemove') {
-        const index = entries.map((entry) => this.removeNode(String(entry?.id))).filter((at) => at >= 0);
+        const index = this.remove(entries.map((entry) => String(entry?.id)));
         if (index.length) this.post({ kind: 'remove', index: Int32Array.from(index) });
       } else if (key) {
         for (const entry of entries) {
@@ -499,7 +524,7 @@ class DocumentScanner {
       return false;
     }
     if (this.removed) {
-      const index = this.removed.map((id) => this.reader.removeNode(id)).filter((at) => at >= 0);
+      const index = this.reader.remove(this.removed);
       if (index.length) this.reader.post({ kind: 'remove', index: Int32Array.from(index) });
     }
     this.batch.flush();
