@@ -136,7 +136,7 @@ export class EventStream {
 }
 
 // An event's data as one text, its lines joined by newlines.
-export class JoinedData {
+class JoinedData {
   constructor() {
     this.pieces = [];
   }

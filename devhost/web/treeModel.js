@@ -93,7 +93,7 @@ class TreeNode {
 
 // The rows a reader sees, as arrays: node index, depth and place among the
 // node's siblings.
-export class Rows {
+class Rows {
   constructor(model, nodes, depths, places, length) {
     this.model = model;
     this.generation = model.generation;
