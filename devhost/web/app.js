@@ -390,6 +390,9 @@ async function readColor(node) {
   else notices.paint.done(`${node.name} has no colour of its own`);
 }
 
+const LARGE_TREE = 100000;
+const SEARCH_PAUSE_MS = 250;
+
 function wirePanels() {
   for (const button of document.querySelectorAll('[data-call]')) {
     const where = button.closest('details') ? Notices.of(button.closest('details')) : notices.toolbar;
@@ -432,9 +435,17 @@ function wirePanels() {
   $('#label-add').addEventListener('click', () => commands.call(notices.label, 'AddAnnotationLabel', [$('#label-text').value,
     Number($('#label-x').value), Number($('#label-y').value), Number($('#label-z').value)], { label: 'Add a label' }));
 
+  // A search reads every name: in a large tree, typing is not held up by a
+  // search per letter, only the pause after the last one.
+  let searchTimer = null;
   $('#tree-search').addEventListener('input', (event) => {
-    const matches = treeView.search(event.target.value);
-    $('#tree-matches').textContent = matches === null ? '' : `${matches} ${matches === 1 ? 'match' : 'matches'}`;
+    const search = () => {
+      const matches = treeView.search(event.target.value);
+      $('#tree-matches').textContent = matches === null ? '' : `${matches} ${matches === 1 ? 'match' : 'matches'}`;
+    };
+    clearTimeout(searchTimer);
+    if (model.size > LARGE_TREE) searchTimer = setTimeout(search, SEARCH_PAUSE_MS);
+    else search();
   });
   $('#tree-search').addEventListener('keydown', (event) => {
     if (event.key === 'ArrowDown' || event.key === 'Enter') {
