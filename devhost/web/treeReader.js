@@ -81,6 +81,9 @@ class Batch {
     this.nodes = 0;
     this.states = 0;
     this.text = '';
+    // The tails as strings too, while the text is still being joined: a
+    // slice of a text being joined would join it again each time.
+    this.tails = [];
     this.moves = [];
   }
 
@@ -96,6 +99,7 @@ class Batch {
     this.text += id;
     this.ends[2 * at] = reader.tailStart[index] = this.text.length;
     this.text += tail;
+    this.tails.push(tail);
     this.ends[2 * at + 1] = reader.tailEnd[index] = this.text.length;
     reader.textOf[index] = reader.texts.length;
     if (this.nodes === BATCH) this.flush();
@@ -147,6 +151,7 @@ export class TreeReader {
     this.lastChild = new Int32Array(0);
     this.next = new Int32Array(0);
     this.roots = [];
+    this.childNames = new Map();
     // Roots whose parent may come later, by the idpath they wait for.
     this.orphans = new Map();
     this.size = 0;
@@ -193,7 +198,7 @@ export class TreeReader {
     const tail = parent >= 0 ? idpath.slice(cut + 1) : idpath;
     this.firstChild[index] = -1;
     this.lastChild[index] = -1;
-    this.link(index, parent);
+    this.link(index, parent, tail);
     if (parent < 0 && cut >= 0) {
       const waiting = this.orphans.get(idpath.slice(0, cut));
       if (waiting) waiting.push(index);
@@ -207,8 +212,8 @@ export class TreeReader {
       for (const orphan of adopted) {
         if (this.textOf[orphan] === GONE) continue;
         this.unlink(orphan);
-        this.link(orphan, index);
         this.tailStart[orphan] += idpath.length + 1;
+        this.link(orphan, index, this.tail(orphan));
         batch.moves.push(batch.nodes, orphan, index);
       }
     }
@@ -228,8 +233,12 @@ export class TreeReader {
   }
 
   tail(index) {
-    const text = this.textOf[index] === this.texts.length ? this.shared.text : this.texts[this.textOf[index]];
-    return text.slice(this.tailStart[index], this.tailEnd[index]);
+    if (this.textOf[index] === this.texts.length) {
+      const batch = this.shared;
+      const k = index - batch.first;
+      return batch.tails[k].slice(this.tailStart[index] - batch.ends[2 * k]);
+    }
+    return this.texts[this.textOf[index]].slice(this.tailStart[index], this.tailEnd[index]);
   }
 
   setState(batch, id, state, loaded) {
@@ -262,7 +271,7 @@ export class TreeReader {
   }
 
   // Makes index the last child of parent, or a root when parent is -1.
-  link(index, parent) {
+  link(index, parent, name) {
     this.parent[index] = parent;
     this.next[index] = -1;
     if (parent < 0) {
@@ -273,6 +282,8 @@ export class TreeReader {
     if (last === -1) this.firstChild[parent] = index;
     else this.next[last] = index;
     this.lastChild[parent] = index;
+    const names = this.childNames.get(parent);
+    if (names && !names.has(name)) names.set(name, index);
   }
 
   unlink(index) {
@@ -281,6 +292,7 @@ export class TreeReader {
       this.roots.splice(this.roots.indexOf(index), 1);
       return;
     }
+    this.childNames.delete(parent);
     let before = -1;
     for (let child = this.firstChild[parent]; child !== index; child = this.next[child]) before = child;
     const after = this.next[index];
@@ -298,14 +310,28 @@ export class TreeReader {
       if (!idpath.startsWith(rootPath) || idpath[rootPath.length] !== '/') continue;
       let node = root;
       for (const name of idpath.slice(rootPath.length + 1).split('/')) {
-        let child = this.firstChild[node];
-        while (child !== -1 && this.tail(child) !== name) child = this.next[child];
-        node = child;
+        node = this.childNamed(node, name);
         if (node === -1) break;
       }
       if (node !== -1) return node;
     }
     return -1;
+  }
+
+  // A child by its name, through an index of the parent's children made
+  // the first time it is asked: a wide node is not read through again for
+  // every node a document places under it out of order.
+  childNamed(parent, name) {
+    let names = this.childNames.get(parent);
+    if (!names) {
+      names = new Map();
+      for (let child = this.firstChild[parent]; child !== -1; child = this.next[child]) {
+        const tail = this.tail(child);
+        if (!names.has(tail)) names.set(tail, child);
+      }
+      this.childNames.set(parent, names);
+    }
+    return names.get(name) ?? -1;
   }
 
   // A whole document as JSON.parse reads it (any JSON the module may send).
