@@ -16,6 +16,9 @@ import * as THREE from './viewer3d/three.js';
 const FIT_VISIBLE_ONLY = 0x04;
 // A press that moves less than this many pixels before its release is a click.
 const CLICK_SLOP = 5;
+// The instances a software renderer draws at most: a frame of about a
+// quarter of a second on two cores.
+const SOFTWARE_INSTANCE_CAP = 10000;
 const VIEW_KINDS = { 0x12: 'drawing', 0x13: 'image', 0x14: 'document', 0x34: 'illustration' };
 
 export class Viewer {
@@ -68,6 +71,13 @@ export class Viewer {
   buildScene() {
     this.renderer = new THREE.WebGLRenderer({ canvas: this.canvas, antialias: true, preserveDrawingBuffer: true });
     this.renderer.setPixelRatio(devicePixelRatio || 1);
+    // A software renderer (no GPU: SwiftShader, llvmpipe) takes seconds a
+    // frame for a hundred thousand instances and holds the page meanwhile:
+    // there, a large scene is drawn as an even sample of its instances.
+    const gl = this.renderer.getContext();
+    const info = gl.getExtension('WEBGL_debug_renderer_info');
+    const rendererName = info ? String(gl.getParameter(info.UNMASKED_RENDERER_WEBGL)) : '';
+    this.instanceCap = /swiftshader|llvmpipe|software/i.test(rendererName) ? SOFTWARE_INSTANCE_CAP : Infinity;
     this.renderer.setClearColor('#f4f6f9');
     this.scene = new THREE.Scene();
     this.camera = new THREE.PerspectiveCamera(40, 1, 0.1, 10000);
@@ -230,7 +240,7 @@ export class Viewer {
       this.scene.remove(this.shapes.group);
       this.shapes.dispose();
     }
-    this.shapes = new InstancedShapes(geometry);
+    this.shapes = new InstancedShapes(geometry, this.instanceCap);
     this.scene.add(this.shapes.group);
     this.showState();
     if (first) await this.flight.fly(this.shapes.boxOf(() => true), false);
@@ -252,7 +262,9 @@ export class Viewer {
     this.visibleCount = this.shapes.apply(scene.shapesById, this.selectedTest());
     this.labels.show(scene.labels);
     const view = this.hostState.activeView;
-    this.caption.textContent = `${view} / ${scene.name}: ${this.visibleCount} of ${this.shapes.ids.length} shapes shown`;
+    const sample = this.shapes.drawnCount < this.shapes.ids.length
+      ? ` (${this.shapes.drawnCount} drawn: software renderer)` : '';
+    this.caption.textContent = `${view} / ${scene.name}: ${this.visibleCount} of ${this.shapes.ids.length} shapes shown${sample}`;
     this.canvas.dataset.visible = String(this.visibleCount);
     this.requestFrame();
   }

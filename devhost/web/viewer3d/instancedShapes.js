@@ -15,8 +15,25 @@ export function colorOf(text) {
   return new THREE.Color(Number.isNaN(value) ? 0xb4b9c3 : value);
 }
 
+// The instances of a shape in the order they take its slots: with a cap,
+// an even sample of them first (drawn), the others after (placed, not
+// drawn), so that a capped scene still covers the whole model.
+function slotOrder(members, drawn) {
+  if (drawn >= members.length) return members;
+  const sampled = new Uint8Array(members.length);
+  const order = [];
+  for (let k = 0; k < drawn; k++) {
+    const at = Math.floor((k * members.length) / drawn);
+    sampled[at] = 1;
+    order.push(members[at]);
+  }
+  members.forEach((index, at) => sampled[at] || order.push(index));
+  return order;
+}
+
 export class InstancedShapes {
-  constructor(geometry) {
+  // cap: the instances drawn at most (a share of it per shape), or Infinity.
+  constructor(geometry, cap = Infinity) {
     this.group = new THREE.Group();
     this.ids = geometry.ids;
     this.idpaths = geometry.idpaths;
@@ -28,7 +45,12 @@ export class InstancedShapes {
     this.visible = new Uint8Array(geometry.ids.length).fill(1);
     const members = geometry.shapes.map(() => []);
     geometry.shapeOf.forEach((shape, index) => members[shape].push(index));
+    const share = Math.min(1, cap / Math.max(1, geometry.ids.length));
+    this.drawnCount = 0;
     this.meshes = geometry.shapes.map((shape, s) => {
+      const drawn = share < 1 ? Math.max(1, Math.floor(members[s].length * share)) : members[s].length;
+      members[s] = slotOrder(members[s], drawn);
+      this.drawnCount += Math.min(drawn, members[s].length);
       const buffer = new THREE.BufferGeometry();
       buffer.setAttribute('position', new THREE.BufferAttribute(shape.positions, 3));
       buffer.setIndex(new THREE.BufferAttribute(shape.indices, 1));
@@ -36,7 +58,7 @@ export class InstancedShapes {
       buffer.computeBoundingSphere();
       const material = new THREE.MeshLambertMaterial({ side: THREE.DoubleSide });
       const mesh = new THREE.InstancedMesh(buffer, material, Math.max(1, members[s].length));
-      mesh.count = members[s].length;
+      mesh.count = Math.min(drawn, members[s].length);
       mesh.userData.instances = members[s];
       mesh.userData.own = colorOf(shape.color);
       members[s].forEach((index, slot) => {
