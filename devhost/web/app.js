@@ -4,7 +4,7 @@
 // workflow messages) comes from its event stream through HostState.
 
 import { Session, request } from './api.js';
-import { opening, registering } from './boot.js';
+import { opening, registering, takeTreeOver } from './boot.js';
 import { Commands } from './commands.js';
 import { colorSwatch, showDocument } from './documentView.js';
 import { hexColor, parseDocument, parseViewable } from './documents.js';
@@ -630,10 +630,9 @@ function traceSoon() {
 
 // ---- the session ----------------------------------------------------------------
 
-// The observer is registered again after a take-over (see boot.js); sent is
-// the registration's reply when boot.js made it.
-async function registerTree(sent = null) {
-  if (!sent) await session.call('UnRegisterTreeObserver', 'session').catch(() => null);
+// Takes the tree over (boot.js) and tells the registration's outcome; sent
+// is the registration's reply when boot.js made it already.
+async function registerTree(sent = takeTreeOver(session)) {
   const registered = await commands.call(notices.toolbar, 'RegisterTreeObserver', ['session'],
     { label: 'Registering the tree observer', effects: null, sent });
   if (registered) notices.toolbar.done(`Session ${session.id}`);

@@ -7,13 +7,14 @@
 
 import { Session } from './api.js';
 
-export const opening = Session.open();
-
-// The registration's reply; the take-over's failure is the registration's
-// to tell.
-export const registering = opening.then(async (session) => {
+// Takes the tree over for session; gives the registration's reply. The
+// take-over's failure is the registration's to tell.
+export async function takeTreeOver(session) {
   await session.call('UnRegisterTreeObserver', 'session').catch(() => null);
   return session.call('RegisterTreeObserver', 'session');
-});
+}
+
+export const opening = Session.open();
+export const registering = opening.then(takeTreeOver);
 // Told by the page once it runs.
 registering.catch(() => {});
