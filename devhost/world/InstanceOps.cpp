@@ -47,6 +47,35 @@ void ReplayDepthFirst(const std::vector<WalkStep>& steps, qxk::BaseInstanceVisit
     }
 }
 
+// A branch's depth-first walk asks the visitor before it reads a node's
+// children, so a declined branch is never read: a walk of a node and its
+// children under a root of a million instances costs a few nodes, not the
+// million. The lock is held to read one node's children at a time, never
+// while the visitor runs, as in the other walks.
+void WalkBranchDepthFirst(const du::SmartPtr<InstanceNode>& start, qxk::BaseInstanceVisitor& visitor) {
+    struct Level {
+        std::vector<du::SmartPtr<InstanceNode>> nodes;
+        std::size_t next = 0;
+    };
+    std::vector<Level> stack(1);
+    stack.back().nodes.push_back(start);
+    while (!stack.empty()) {
+        if (stack.back().next == stack.back().nodes.size()) {
+            stack.pop_back();
+            continue;
+        }
+        const du::SmartPtr<InstanceNode> node = stack.back().nodes[stack.back().next++];
+        if (!visitor.Visit(du::SmartPtr<qxk::BaseInstance>(node.get()), static_cast<unsigned int>(stack.size() - 1)))
+            continue;
+        Level children;
+        {
+            devhost::WorldGuard guard(devhost::WorldMutex());
+            children.nodes = node->children;
+        }
+        if (!children.nodes.empty()) stack.push_back(std::move(children));
+    }
+}
+
 // A breadth-first walk asks the visitor level by level, so it is run under
 // the lock a level at a time and the visitor is called between levels.
 void WalkBreadthFirst(std::vector<du::SmartPtr<InstanceNode>> level, qxk::BaseInstanceVisitor& visitor) {
@@ -111,12 +140,7 @@ void BaseInstance::Visit(BaseInstanceVisitor& visitor, VisitType type) {
         WalkBreadthFirst({du::SmartPtr<InstanceNode>(&self)}, visitor);
         return;
     }
-    std::vector<WalkStep> steps;
-    {
-        devhost::WorldGuard guard(devhost::WorldMutex());
-        CollectDepthFirst(self, steps);
-    }
-    ReplayDepthFirst(steps, visitor);
+    WalkBranchDepthFirst(du::SmartPtr<InstanceNode>(&self), visitor);
 }
 
 void BaseTree::GetNumInstances(unsigned int& count) const {

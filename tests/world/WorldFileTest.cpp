@@ -139,6 +139,11 @@ TEST(WorldFile, WalksGiveLevelsFromTheStartAndSkipRefusedBranches) {
     tree->Visit(all, qxk::BaseTree::VT_DepthFirst);
     EXPECT_EQ(all.seen, (std::vector<std::string>{"a@0", "a/p1@1", "a/p2@1", "a/sub@1", "a/px@1", "a/pf@1", "a/pn@1",
                                                   "a/pm@1"}));
+    // A branch's walk declines the same branch, and reads no further in it.
+    PathVisitor fromRoot;
+    fromRoot.stopAt = "sub";
+    tree->FindInstance("a")->Visit(fromRoot, qxk::BaseInstance::VT_DepthFirst);
+    EXPECT_EQ(fromRoot.seen, all.seen);
 
     class Instances : public qxk::InstanceVisitor {
     public:
