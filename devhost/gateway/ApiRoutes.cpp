@@ -268,9 +268,18 @@ void Raw(GatewayContext& context, const Document& body, httplib::Response& respo
     ReplyJson(response, 200, answer);
 }
 
-void OpenSession(GatewayContext& context, httplib::Response& response) {
+void OpenSession(GatewayContext& context, const Document& body, httplib::Response& response) {
+    bool answersApart = false;
+    if (body.IsObject() && body.HasMember("answerStream")) {
+        if (!body["answerStream"].IsBool()) {
+            ReplyError(response, 400, "bad-request", "answerStream must be true or false");
+            return;
+        }
+        answersApart = body["answerStream"].GetBool();
+    }
     Document reply(rapidjson::kObjectType);
-    reply.AddMember("session", Json(context.sessions.Open()->Id().c_str(), reply.GetAllocator()), reply.GetAllocator());
+    reply.AddMember("session", Json(context.sessions.Open(answersApart)->Id().c_str(), reply.GetAllocator()),
+                    reply.GetAllocator());
     ReplyJson(response, 200, reply);
 }
 
@@ -288,7 +297,7 @@ void CloseSession(GatewayContext& context, const httplib::Request& request, http
 // Events up to this size are gathered into one write of the stream.
 constexpr std::size_t kGatherBytes = 1 << 20;
 
-// Server-Sent Events of one session, each with its number as its id, so
+// Server-Sent Events of one lane of a session, each with its number as its id, so
 // that a reader that reconnects (EventSource sends Last-Event-ID) or names
 // since=SEQ gets what it missed. The stream waits in short steps so that it
 // notices a closed connection, a newer stream of the session and the
@@ -298,10 +307,12 @@ void Events(GatewayContext& context, const httplib::Request& request, httplib::R
     const std::string id = request.get_param_value("session");
     const std::string since =
         request.has_param("since") ? request.get_param_value("since") : request.get_header_value("Last-Event-ID");
-    if (id.empty() || (!since.empty() && !ReadSessionId(since, after))) {
-        ReplyError(response, 400, "bad-request", "events?session=ID[&since=SEQ]");
+    const std::string laneName = request.get_param_value("lane");
+    if (id.empty() || (!since.empty() && !ReadSessionId(since, after)) || (!laneName.empty() && laneName != "answers")) {
+        ReplyError(response, 400, "bad-request", "events?session=ID[&since=SEQ][&lane=answers]");
         return;
     }
+    const Lane lane = laneName.empty() ? Lane::Main : Lane::Answers;
     std::shared_ptr<Session> session = context.sessions.Find(id);
     if (!session) {
         ReplyNoSession(context, id, response);
@@ -313,7 +324,7 @@ void Events(GatewayContext& context, const httplib::Request& request, httplib::R
         return;
     }
     unsigned stream = 0;
-    if (!session->OpenStream(since.empty() ? nullptr : &after, stream)) {
+    if (!session->OpenStream(lane, since.empty() ? nullptr : &after, stream)) {
         pool->EndStream();
         ReplyError(response, 400, "bad-since",
                    "event " + since + " was never sent; the last is " + std::to_string(session->LastEvent()));
@@ -330,9 +341,9 @@ void Events(GatewayContext& context, const httplib::Request& request, httplib::R
     // where it would copy every chunk twice, a document of tens of megabytes
     // included.
     response.set_content_provider(
-        "text/event-stream", [&context, session, stream, lease](std::size_t, httplib::DataSink& sink) {
+        "text/event-stream", [&context, session, lane, stream, lease](std::size_t, httplib::DataSink& sink) {
             if (context.stopping || !sink.is_writable()) return false;
-            Session::Batch batch = session->Take(stream, std::chrono::milliseconds(250));
+            Session::Batch batch = session->Take(lane, stream, std::chrono::milliseconds(250));
             if (batch.replaced) {
                 const std::string text = "event: end\ndata: {\"reason\":\"replaced by a newer stream\"}\n\n";
                 sink.write(text.data(), text.size());
@@ -373,8 +384,8 @@ void AddApiRoutes(httplib::Server& server, GatewayContext& context) {
     server.Get("/api/interfaces", [&](const httplib::Request&, httplib::Response& response) {
         ListInterfaces(context, response);
     });
-    PostJson(server, "/api/sessions", context.maxBody, [&](const httplib::Request&, Document&, httplib::Response& response) {
-        OpenSession(context, response);
+    PostJson(server, "/api/sessions", context.maxBody, [&](const httplib::Request&, Document& body, httplib::Response& response) {
+        OpenSession(context, body, response);
     });
     server.Delete(R"(/api/sessions/([^/]+))", [&](const httplib::Request& request, httplib::Response& response) {
         CloseSession(context, request, response);

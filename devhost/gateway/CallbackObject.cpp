@@ -30,7 +30,7 @@ void CallbackObject::HandleMessage(const dom::MessagePtr& message) {
         dom::PrepMessageForReturnBadTag(message);
         return;
     }
-    sink_(interface_, *method, [&](EventTextWriter& writer) {
+    sink_(interface_, *method, values, [&](EventTextWriter& writer) {
         writer.StartArray();
         std::size_t at = 0;
         for (const Parameter& parameter : method->parameters) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <vector>
 #include <string>
 
 #include "devhost/gateway/EventText.h"
@@ -12,16 +13,16 @@ namespace devhost::gateway {
 
 // A web client's implementation of one callback interface, built from the
 // interface's signature table alone: each message that reaches it is
-// checked against the signature of its message id and handed on as a way
-// to write the JSON array of its arguments, so that they are written once,
-// straight into the event. A message that does not fit its signature is
+// checked against the signature of its message id and handed on with its
+// values and a way to write the JSON array of its arguments, so that they
+// are written once, straight into the event. A message that does not fit its signature is
 // refused with a bad tag, as a generated receiver would refuse it.
 class CallbackObject : public dom::ManagedObject {
 public:
     // Writes the arguments; valid during the sink's call only.
     using ArgumentWriter = std::function<void(EventTextWriter& writer)>;
     using Sink = std::function<void(const InterfaceEntry& interface, const MethodEntry& method,
-                                    const ArgumentWriter& arguments)>;
+                                    const std::vector<MessageValue>& values, const ArgumentWriter& arguments)>;
 
     CallbackObject(const InterfaceEntry& interface, SessionObjects session, Sink sink);
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <condition_variable>
 #include <set>
+#include <string_view>
+#include <variant>
 
 #include "devhost/gateway/RandomText.h"
 #include "devhost/platform/RawMessages.h"
@@ -14,6 +16,17 @@ namespace {
 // Sessions that ended unused whose ids are remembered.
 constexpr std::size_t kRememberedExpiries = 1024;
 
+// An answer of the tree's state query: the one tree document that the
+// module writes by hand with a "treeUpdateChanges" list, and only for that
+// query (its visibility changes come in the writer's compact form).
+bool IsStateAnswer(const InterfaceEntry& interface, const MethodEntry& method,
+                   const std::vector<MessageValue>& values) {
+    static constexpr std::string_view kHead = "{\n\n\"treeUpdateChanges\":\n[\n";
+    if (interface.name != "webapi::TreeObserver" || method.name != "OnTreeUpdate" || values.empty()) return false;
+    const auto* text = std::get_if<du::Symbol>(&values.front());
+    return text && !text->IsNull() && std::string_view(text->safe_c_str(), text->length()).substr(0, kHead.size()) == kHead;
+}
+
 }  // namespace
 
 // The part of a session that its callback objects reach from the client
@@ -21,31 +34,45 @@ constexpr std::size_t kRememberedExpiries = 1024;
 struct Session::Events {
     using Clock = std::chrono::steady_clock;
 
+    // The events of one lane by number, oldest first: those sent to a
+    // stream (kept so that a stream that broke can be resumed) and, from next
+    // on, those waiting.
+    struct Queue {
+        std::deque<std::pair<unsigned long long, std::shared_ptr<const EventText>>> kept;
+        unsigned long long next = 1;  // the first event no stream has been sent
+        std::size_t sentBytes = 0;
+        std::size_t waitingBytes = 0;
+        unsigned stream = 0;  // the newest stream
+    };
+
     std::mutex mutex;
     std::mutex adding;
     std::condition_variable arrived;
-    // Events by number, oldest first: those sent to a stream (kept so that a
-    // stream that broke can be resumed) and, from next on, those waiting.
-    std::deque<std::pair<unsigned long long, std::shared_ptr<const EventText>>> kept;
-    unsigned long long next = 1;      // the first event no stream has been sent
-    unsigned long long numbered = 0;  // the last number given
-    std::size_t sentBytes = 0;
-    std::size_t waitingBytes = 0;
+    Queue lanes[kLanes];
+    bool answersApart = false;
+    unsigned long long numbered = 0;  // the last number given, in either lane
     std::size_t bound = 0;
     bool ended = false;
     std::string reason;
-    unsigned stream = 0;      // the newest stream
     unsigned openStreams = 0;
     Clock::time_point used = Clock::now();
     std::set<unsigned long long> own;  // object ids of the session's callback objects
 
-    // Sent events are let go, oldest first, while everything kept passes
-    // the bound or while the reader has confirmed them (up to upTo).
-    void TrimSent(unsigned long long upTo = 0) {
-        while (!kept.empty() && kept.front().first < next &&
-               (kept.front().first <= upTo || sentBytes + waitingBytes > bound)) {
-            sentBytes -= kept.front().second->Counted();
-            kept.pop_front();
+    Queue& Of(Lane lane) { return lanes[static_cast<std::size_t>(lane)]; }
+
+    std::size_t Bytes() const {
+        std::size_t bytes = 0;
+        for (const Queue& queue : lanes) bytes += queue.sentBytes + queue.waitingBytes;
+        return bytes;
+    }
+
+    // A lane's sent events are let go, oldest first, while everything kept
+    // passes the bound or while the reader has confirmed them (up to upTo).
+    void TrimSent(Queue& queue, unsigned long long upTo = 0) {
+        while (!queue.kept.empty() && queue.kept.front().first < queue.next &&
+               (queue.kept.front().first <= upTo || Bytes() > bound)) {
+            queue.sentBytes -= queue.kept.front().second->Counted();
+            queue.kept.pop_front();
         }
     }
 
@@ -55,12 +82,12 @@ struct Session::Events {
         reason = why;
         // The events that no stream took are kept for the reader that comes
         // to learn why; those sent are no longer needed.
-        TrimSent(next > 0 ? next - 1 : 0);
+        for (Queue& queue : lanes) TrimSent(queue, queue.next > 0 ? queue.next - 1 : 0);
         arrived.notify_all();
     }
 
     // Writes a callback's event once, as the stream sends it, and keeps it.
-    void Add(const InterfaceEntry& interface, const MethodEntry& method,
+    void Add(const InterfaceEntry& interface, const MethodEntry& method, const std::vector<MessageValue>& values,
              const CallbackObject::ArgumentWriter& arguments) {
         // One callback at a time, so its number is known before its text is
         // written, and the text is written unlocked: a stream taking events
@@ -75,23 +102,26 @@ struct Session::Events {
         std::shared_ptr<const EventText> text =
             WriteCallbackEvent(seq, interface.name, method.name, method.signature, arguments);
         const std::size_t counted = text->Counted();
+        Queue& queue = Of(answersApart && IsStateAnswer(interface, method, values) ? Lane::Answers : Lane::Main);
         std::lock_guard<std::mutex> hold(mutex);
         if (ended) return;
-        if (waitingBytes + counted > bound) {
+        if (lanes[0].waitingBytes + lanes[1].waitingBytes + counted > bound) {
             Finish("overflow: more than " + std::to_string(bound) + " bytes of events waited for a reader");
             return;
         }
         ++numbered;
-        waitingBytes += counted;
-        kept.emplace_back(numbered, std::move(text));
-        TrimSent();
+        queue.waitingBytes += counted;
+        queue.kept.emplace_back(numbered, std::move(text));
+        TrimSent(queue);
         arrived.notify_all();
     }
 };
 
-Session::Session(std::string id, const SignatureCatalog& catalog, ClientActor& actor, std::size_t eventBytes)
+Session::Session(std::string id, const SignatureCatalog& catalog, ClientActor& actor, std::size_t eventBytes,
+                 bool answersApart)
     : id_(std::move(id)), actor_(actor), events_(std::make_shared<Events>()) {
     events_->bound = eventBytes;
+    events_->answersApart = answersApart;
     std::weak_ptr<Events> events = events_;
     // The lookups hold the objects weakly through the session's own list,
     // which is complete before any of them is adopted and so before any
@@ -111,8 +141,9 @@ Session::Session(std::string id, const SignatureCatalog& catalog, ClientActor& a
         if (interface.name == catalog.Served()) continue;
         callbacks_.push_back(new CallbackObject(interface, SessionObjects{nullptr, objects_.owns},
                                                 [sink](const InterfaceEntry& i, const MethodEntry& m,
+                                                       const std::vector<MessageValue>& values,
                                                        const CallbackObject::ArgumentWriter& arguments) {
-                                                    sink->Add(i, m, arguments);
+                                                    sink->Add(i, m, values, arguments);
                                                 }));
     }
     for (const auto& object : callbacks_) {
@@ -138,23 +169,23 @@ bool Session::Ended(std::string* reason) const {
     return events_->ended;
 }
 
-bool Session::OpenStream(const unsigned long long* after, unsigned& stream) {
+bool Session::OpenStream(Lane lane, const unsigned long long* after, unsigned& stream) {
     std::lock_guard<std::mutex> hold(events_->mutex);
     if (after && *after > events_->numbered) return false;
+    Events::Queue& queue = events_->Of(lane);
     if (after) {
         // The reader has what it numbered up to after: those are let go, and
         // what was sent after them is sent again.
-        events_->next = *after + 1;
-        events_->sentBytes = events_->waitingBytes = 0;
-        for (const auto& [seq, text] : events_->kept)
-            (seq < events_->next ? events_->sentBytes : events_->waitingBytes) += text->Counted();
-        events_->TrimSent(*after);
-        if (!events_->kept.empty()) events_->next = std::max(events_->next, events_->kept.front().first);
+        queue.next = *after + 1;
+        queue.sentBytes = queue.waitingBytes = 0;
+        for (const auto& [seq, text] : queue.kept) (seq < queue.next ? queue.sentBytes : queue.waitingBytes) += text->Counted();
+        events_->TrimSent(queue, *after);
+        if (!queue.kept.empty()) queue.next = std::max(queue.next, queue.kept.front().first);
     }
     ++events_->openStreams;
     events_->used = Events::Clock::now();
     events_->arrived.notify_all();
-    stream = ++events_->stream;
+    stream = ++queue.stream;
     return true;
 }
 
@@ -164,22 +195,22 @@ void Session::CloseStream() {
     events_->used = Events::Clock::now();
 }
 
-Session::Batch Session::Take(unsigned stream, std::chrono::milliseconds wait) {
+Session::Batch Session::Take(Lane lane, unsigned stream, std::chrono::milliseconds wait) {
     Batch batch;
     std::unique_lock<std::mutex> hold(events_->mutex);
-    events_->arrived.wait_for(hold, wait, [&] {
-        return events_->next <= events_->numbered || events_->ended || events_->stream != stream;
-    });
-    if (events_->stream != stream) {
+    Events::Queue& queue = events_->Of(lane);
+    const auto waiting = [&] { return !queue.kept.empty() && queue.kept.back().first >= queue.next; };
+    events_->arrived.wait_for(hold, wait, [&] { return waiting() || events_->ended || queue.stream != stream; });
+    if (queue.stream != stream) {
         batch.replaced = true;
         return batch;
     }
-    for (const auto& [seq, text] : events_->kept)
-        if (seq >= events_->next) batch.events.emplace_back(seq, text);
-    events_->next = events_->numbered + 1;
-    events_->sentBytes += events_->waitingBytes;
-    events_->waitingBytes = 0;
-    events_->TrimSent();
+    for (const auto& [seq, text] : queue.kept)
+        if (seq >= queue.next) batch.events.emplace_back(seq, text);
+    queue.next = events_->numbered + 1;
+    queue.sentBytes += queue.waitingBytes;
+    queue.waitingBytes = 0;
+    events_->TrimSent(queue);
     batch.ended = events_->ended;
     batch.reason = events_->reason;
     return batch;
@@ -219,14 +250,14 @@ void SessionTable::EndIdle(std::vector<std::shared_ptr<Session>>& ended) {
     }
 }
 
-std::shared_ptr<Session> SessionTable::Open() {
+std::shared_ptr<Session> SessionTable::Open(bool answersApart) {
     std::vector<std::shared_ptr<Session>> idle;
     std::shared_ptr<Session> session;
     {
         std::lock_guard<std::mutex> hold(mutex_);
         EndIdle(idle);
         std::string id = RandomHex(16);
-        session = std::make_shared<Session>(id, catalog_, actor_, limits_.eventBytes);
+        session = std::make_shared<Session>(id, catalog_, actor_, limits_.eventBytes, answersApart);
         sessions_.emplace(std::move(id), session);
     }
     for (const auto& each : idle) each->End(IdleReason());

@@ -26,12 +26,22 @@ struct SessionLimits {
     std::chrono::steady_clock::duration idle = std::chrono::minutes(10);
 };
 
+// The streams of a session. The answers of the tree's state query may be
+// kept apart from the rest, so that a client that asked for the states of
+// the rows it shows gets them at once, not behind tens of megabytes of a
+// large tree's documents.
+enum class Lane { Main, Answers };
+constexpr std::size_t kLanes = 2;
+
 // A web client's session: one callback object of each callback interface of
 // the catalogue, living on the gateway's client actor, and the events those
 // objects received. Its id is a random text that only its client knows.
 class Session {
 public:
-    Session(std::string id, const SignatureCatalog& catalog, ClientActor& actor, std::size_t eventBytes);
+    // With answersApart, the state query's answers go to the Answers lane;
+    // otherwise every event goes to the Main one.
+    Session(std::string id, const SignatureCatalog& catalog, ClientActor& actor, std::size_t eventBytes,
+            bool answersApart);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -47,12 +57,13 @@ public:
     // True once ended, by End or by an overflow; reason says why.
     bool Ended(std::string* reason = nullptr) const;
 
-    // A stream takes the events in arrival order. A new stream replaces the
-    // one before, which then gets replaced set. It goes on after the last
-    // event sent to a stream, or, given after, after that event: the reader
-    // has everything up to it, so those events are let go, and what was sent
-    // after it is sent again. An after beyond the last event is refused
-    // (false) and changes nothing.
+    // A stream takes the events of its lane in arrival order; the numbers
+    // are the session's, shared by both lanes. A new stream of a lane
+    // replaces the one before, which then gets replaced set. It goes on after
+    // the last event sent to the lane's stream, or, given after, after that
+    // event: the reader has everything of the lane up to it, so those events
+    // are let go, and what was sent after it is sent again. An after beyond
+    // the session's last event is refused (false) and changes nothing.
     struct Batch {
         // Number and text as the stream writes it; the texts are shared with
         // the kept events, so a large tree document is never copied.
@@ -61,11 +72,11 @@ public:
         std::string reason;
         bool replaced = false;
     };
-    bool OpenStream(const unsigned long long* after, unsigned& stream);
+    bool OpenStream(Lane lane, const unsigned long long* after, unsigned& stream);
     // A stream ended, by its reader or by the gateway.
     void CloseStream();
-    // Waits up to wait for events, then takes all that wait.
-    Batch Take(unsigned stream, std::chrono::milliseconds wait);
+    // Waits up to wait for events of the lane, then takes all that wait.
+    Batch Take(Lane lane, unsigned stream, std::chrono::milliseconds wait);
     // The last event's number.
     unsigned long long LastEvent() const;
 
@@ -90,7 +101,7 @@ public:
     SessionTable(const SignatureCatalog& catalog, ClientActor& actor, SessionLimits limits);
     ~SessionTable();
 
-    std::shared_ptr<Session> Open();
+    std::shared_ptr<Session> Open(bool answersApart = false);
     // An open session, or null. A session that ended by itself is still
     // found, so that its caller can be told why.
     std::shared_ptr<Session> Find(const std::string& id);

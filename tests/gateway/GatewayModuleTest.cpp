@@ -287,5 +287,63 @@ TEST_F(GatewayModule, AMappingOfMegabytesStreamsWholeAndAgainOnResume) {
     EXPECT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","path":""})").status, 200);
 }
 
+// A session that keeps the state query's answers apart reads them on a
+// stream of their own, numbered among the session's events, while their
+// opening and closing stay on the main stream; the answers stream resumes
+// by itself. A session that did not ask gets everything on one stream.
+TEST_F(GatewayModule, TheStateQuerysAnswersHaveAStreamOfTheirOwnWhenAskedFor) {
+    ASSERT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","synthetic":30})").status, 200);
+    EXPECT_EQ(gateway.Post("/api/sessions", R"({"answerStream":"yes"})").status, 400);
+    const auto opened = gateway.Post("/api/sessions", R"({"answerStream":true})");
+    ASSERT_EQ(opened.status, 200);
+    const std::string session = opened.body["session"].GetString();
+    EXPECT_EQ(gateway.Get("/api/events?session=" + session + "&lane=other").status, 400);
+    const std::string observer = R"("args":["session"],"session":)" + Quoted(session) + "}";
+    ASSERT_EQ(gateway.Post("/api/call", R"({"method":"RegisterTreeObserver",)" + observer).status, 200);
+    const auto registration = gateway.ReadStream("/api/events?session=" + session, 1000, nullptr, "OnTreeUpdateEnd");
+    ASSERT_GE(registration.size(), 6u);
+    const std::size_t idAt = registration[1].find(R"(\"id\":\")");
+    ASSERT_NE(idAt, std::string::npos);
+    const std::string id = registration[1].substr(idAt + 9, registration[1].find('\\', idAt + 9) - idAt - 9);
+
+    const std::string query = R"({\"nodes\":[\")" + id + R"(\"],\"depth\":0})";
+    ASSERT_EQ(gateway.Post("/api/call", R"({"method":"SelectTreeNodes","args":[")" + query + R"("],"session":)" +
+                                            Quoted(session) + "}")
+                  .status,
+              200);
+    const std::size_t begin = registration.size() + 1;
+    const auto main = gateway.ReadEvents(session, 2, nullptr, std::to_string(begin - 1));
+    ASSERT_EQ(main.size(), 2u);
+    EXPECT_EQ(main[0].find(R"({"seq":)" + std::to_string(begin) + R"(,"interface":"webapi::TreeObserver","method":"OnTreeUpdateBegin")"), 0u);
+    EXPECT_EQ(main[1].find(R"({"seq":)" + std::to_string(begin + 2) + R"(,"interface":"webapi::TreeObserver","method":"OnTreeUpdateEnd")"), 0u);
+    const std::string answer = R"({"seq":)" + std::to_string(begin + 1) +
+                               R"(,"interface":"webapi::TreeObserver","method":"OnTreeUpdate","signature":"OnTreeUpdate__IS","args":["{\n\n\"treeUpdateChanges\":\n[\n{\"id\": \")" +
+                               id + R"(\",\"state\": \")";
+    const auto answers = gateway.ReadStream("/api/events?session=" + session + "&lane=answers", 1);
+    ASSERT_EQ(answers.size(), 1u);
+    EXPECT_EQ(answers[0].find(answer), 0u) << answers[0];
+    // Read again after an event before it, the answer comes again; after it,
+    // nothing waits on the lane.
+    EXPECT_EQ(gateway.ReadStream("/api/events?session=" + session + "&lane=answers&since=1", 1), answers);
+    EXPECT_EQ(gateway.Post("/api/call", R"({"method":"UnRegisterTreeObserver",)" + observer).status, 200);
+
+    // Without the option the answer stays on the one stream, in its place.
+    const std::string plain = gateway.OpenSession();
+    const std::string plainObserver = R"("args":["session"],"session":)" + Quoted(plain) + "}";
+    ASSERT_EQ(gateway.Post("/api/call", R"({"method":"RegisterTreeObserver",)" + plainObserver).status, 200);
+    ASSERT_EQ(gateway.ReadStream("/api/events?session=" + plain, 1000, nullptr, "OnTreeUpdateEnd").size(),
+              registration.size());
+    ASSERT_EQ(gateway.Post("/api/call", R"({"method":"SelectTreeNodes","args":[")" + query + R"("],"session":)" +
+                                            Quoted(plain) + "}")
+                  .status,
+              200);
+    const auto inPlace = gateway.ReadEvents(plain, 3, nullptr, std::to_string(registration.size()));
+    ASSERT_EQ(inPlace.size(), 3u);
+    EXPECT_EQ(inPlace[1].substr(answer.size()), answers[0].substr(answer.size()));
+    EXPECT_NE(inPlace[1].find(R"(,"method":"OnTreeUpdate",)"), std::string::npos);
+    EXPECT_EQ(gateway.Post("/api/call", R"({"method":"UnRegisterTreeObserver",)" + plainObserver).status, 200);
+    EXPECT_EQ(gateway.Post("/host/control", R"({"action":"loadWorld","path":""})").status, 200);
+}
+
 }  // namespace
 }  // namespace gtest_gateway
