@@ -61,7 +61,9 @@ function streamWorker() {
 
 export class Session {
   static async open() {
-    const { session } = await request('POST', '/api/sessions', {});
+    // The states of the rows in sight are asked for and read apart, so that
+    // they never wait behind a large tree's documents.
+    const { session } = await request('POST', '/api/sessions', { answerStream: true });
     return new Session(session);
   }
 
@@ -78,7 +80,7 @@ export class Session {
       if (this.handlers) this.deliver(parts);
       else this.waiting.push(...parts);
     };
-    this.worker.postMessage({ open: { url: `/api/events?session=${encodeURIComponent(id)}`, headers: authorization() } });
+    this.worker.postMessage({ open: { url: `/api/events?session=${encodeURIComponent(id)}`, headers: authorization(), answers: true } });
     addEventListener('pagehide', () => this.close());
   }
 

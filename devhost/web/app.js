@@ -62,9 +62,33 @@ const treeView = new TreeView($('#tree'), model, {
     if (node.unread) node.expanded = false;
     treeView.refresh();
   },
+  onUnstated: (nodes) => askStatesLater(nodes),
   onSelect: () => showTreeSelection(),
   onMenu: (node, x, y) => openMenu(node, x, y),
 });
+
+// While a tree's initial states are on their way (a large tree's take
+// seconds behind its mapping), a row in sight that is still without its
+// state a moment after it showed asks for it; the answer comes on a stream
+// of its own. An opened branch and its rows are answered by its opening.
+const STATE_WAIT_MS = 300;
+let unstated = new Set();
+let unstatedTimer = null;
+
+function askStatesLater(nodes) {
+  if (!page.statesWaiting) return;
+  for (const node of nodes) if (!node.stateAsked) unstated.add(node);
+  if (!unstated.size || unstatedTimer !== null) return;
+  unstatedTimer = setTimeout(() => {
+    unstatedTimer = null;
+    const ask = [...unstated].filter((node) => model.holds(node) && !node.state && !node.stateAsked && !node.asked
+      && !node.parent?.asked);
+    unstated = new Set();
+    if (!page.statesWaiting || !ask.length) return;
+    for (const node of ask) node.stateAsked = true;
+    session.call('SelectTreeNodes', JSON.stringify({ nodes: ask.map((node) => node.id), depth: 0 })).catch(() => {});
+  }, STATE_WAIT_MS);
+}
 
 async function toggleVisibility(node, others, label = null) {
   const hide = HIDING_STATES.has(node.state);
@@ -300,6 +324,7 @@ function onEvent(event) {
   switch (event.method) {
     case 'OnTreeMappingBegin':
       page.mappingBegun = true;
+      page.statesWaiting = true;
       if (!page.treeLoaded) showLoading(true);
       break;
     case 'OnTreeMappingEnd':
@@ -308,6 +333,7 @@ function onEvent(event) {
       showHostSelection();
       break;
     case 'OnTreeUpdateEnd':
+      page.statesWaiting = false;
       if (page.mappingBegun) initialStatesIn();
       break;
     // The request id is the only argument of the start and the end.

@@ -5,6 +5,8 @@
 // id it got, so nothing is lost.
 
 const RETRY_MS = 1000;
+// The most of the stream read before afterChunk.
+const SLICE = 65536;
 
 export class EventStream {
   // onMessage(data, id) for each unnamed event; onNamed(name, data) for the
@@ -13,7 +15,8 @@ export class EventStream {
   // dataReader() makes the reader of one event's data (push(piece) as the
   // pieces come, newline() between two data lines, end() for the text, or
   // null for an event that the reader took itself); afterChunk() runs after
-  // each piece of the stream was read.
+  // each piece of the stream was read (at most SLICE bytes), and the next
+  // piece waits for the promise it may give.
   constructor(url, { onMessage, onNamed, onRefused, headers = {}, dataReader = () => new JoinedData(), afterChunk = null }) {
     this.url = url;
     this.headers = headers;
@@ -96,33 +99,38 @@ export class EventStream {
     for (;;) {
       const { value, done } = await reader.read();
       if (done || this.closed) return;
-      const text = decoder.decode(value, { stream: true });
-      for (let start = 0; start < text.length;) {
-        const end = text.indexOf('\n', start);
-        const piece = text.slice(start, end < 0 ? text.length : end);
-        if (streaming) {
-          stream(piece, end >= 0);
-        } else if (end >= 0) {
-          opening.push(piece);
-          line(opening.length === 1 ? opening[0] : opening.join(''));
-          opening = [];
-        } else {
-          // A long line: a data line is handed on as it comes, once its
-          // "data:" and the space that may follow are there.
-          opening.push(piece);
-          const head = opening.join('');
-          opening = [head];
-          if (head.startsWith('data:') && head.length > 5) {
+      // A reader that fell behind gets megabytes at once; read in slices,
+      // each followed by afterChunk, they hold its thread a short while.
+      for (let at = 0; at < value.length && !this.closed; at += SLICE) {
+        const text = decoder.decode(value.subarray(at, at + SLICE), { stream: true });
+        for (let start = 0; start < text.length;) {
+          const end = text.indexOf('\n', start);
+          const piece = text.slice(start, end < 0 ? text.length : end);
+          if (streaming) {
+            stream(piece, end >= 0);
+          } else if (end >= 0) {
+            opening.push(piece);
+            line(opening.length === 1 ? opening[0] : opening.join(''));
             opening = [];
-            data();
-            streaming = true;
-            stream(head.slice(head[5] === ' ' ? 6 : 5), false);
+          } else {
+            // A long line: a data line is handed on as it comes, once its
+            // "data:" and the space that may follow are there.
+            opening.push(piece);
+            const head = opening.join('');
+            opening = [head];
+            if (head.startsWith('data:') && head.length > 5) {
+              opening = [];
+              data();
+              streaming = true;
+              stream(head.slice(head[5] === ' ' ? 6 : 5), false);
+            }
           }
+          if (end < 0) break;
+          start = end + 1;
         }
-        if (end < 0) break;
-        start = end + 1;
+        // It may wait: for the other tasks of the reader's thread to run.
+        await this.handlers.afterChunk?.();
       }
-      this.handlers.afterChunk?.();
     }
   }
 

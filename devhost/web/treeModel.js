@@ -36,6 +36,8 @@ const ASKED = 2;
 const GONE = 4;
 // The node's tail is its whole idpath: it came without a parent.
 const WHOLE_PATH = 8;
+// The node's own state was asked for.
+const STATE_ASKED = 16;
 
 class Column {
   constructor(Type) {
@@ -83,6 +85,8 @@ class TreeNode {
   set expanded(value) { this.model.mark(this.index, EXPANDED, value); }
   get asked() { return this.model.has(this.index, ASKED); }
   set asked(value) { this.model.mark(this.index, ASKED, value); }
+  get stateAsked() { return this.model.has(this.index, STATE_ASKED); }
+  set stateAsked(value) { this.model.mark(this.index, STATE_ASKED, value); }
 
   // A proxy whose branch the host has not read yet (its "proxy" is how it
   // stands, from the host): it may have children that no document named.
@@ -138,6 +142,9 @@ export class TreeModel {
     this.nextSiblings = new Column(Int32Array);
     this.childCounts = new Column(Int32Array);
     this.states = new Column(Int32Array);
+    // The number of the event each state came in: an answer read ahead of
+    // older states keeps its place.
+    this.stateSeqs = new Column(Uint32Array);
     this.loadedFlags = new Column(Int8Array);
     this.flags = new Column(Uint8Array);
     // Where each node's id and tail are: a text the worker sent, and the
@@ -227,12 +234,16 @@ export class TreeModel {
         this.addNodes(part);
         break;
       case 'states': {
-        const { index, state, loaded } = part;
+        const { seq = 0, index, state, loaded } = part;
         const states = this.states.array;
+        const seqs = this.stateSeqs.array;
         const loadedFlags = this.loadedFlags.array;
         for (let i = 0; i < index.length; i++) {
-          states[index[i]] = state[i];
-          if (loaded[i] >= 0) loadedFlags[index[i]] = loaded[i];
+          const at = index[i];
+          if (seqs[at] > seq) continue;
+          seqs[at] = seq;
+          states[at] = state[i];
+          if (loaded[i] >= 0) loadedFlags[at] = loaded[i];
         }
         this.version++;
         return false;
@@ -253,7 +264,7 @@ export class TreeModel {
   addNodes({ first, parent, text, ends, moves }) {
     const size = first + parent.length;
     for (const column of [this.parents, this.firstChildren, this.lastChildren, this.nextSiblings, this.childCounts,
-      this.states, this.loadedFlags, this.flags, this.textOf, this.starts, this.splits, this.ends]) column.ensure(size);
+      this.states, this.stateSeqs, this.loadedFlags, this.flags, this.textOf, this.starts, this.splits, this.ends]) column.ensure(size);
     const textIndex = this.texts.push(text) - 1;
     const textOf = this.textOf.array;
     const starts = this.starts.array;

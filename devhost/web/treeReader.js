@@ -11,8 +11,10 @@
 //     idpath of a node without a parent), ends[2k] and ends[2k+1] where they
 //     end; moves: triples (k, node, new parent): a root that found its
 //     parent, node k of the batch, and joins it once that one is placed.
-//   {kind: 'states', index: Int32Array, state: Int32Array, loaded: Int8Array}
-//     loaded is 1, 0 or -1 (not told).
+//   {kind: 'states', seq, index: Int32Array, state: Int32Array, loaded: Int8Array}
+//     loaded is 1, 0 or -1 (not told); seq is the number of the event that
+//     told them: a state query's answers come on a stream of their own, ahead
+//     of older states, which must not undo them.
 //   {kind: 'remove', index: Int32Array}   the nodes and their branches go.
 //   {kind: 'clear'}
 //   {kind: 'end', method, document}       a tree event was read whole;
@@ -24,7 +26,8 @@
 // same parts. A mapping's nodes go to the page as they are read; states and
 // removals once their document was read whole, so that a text that turns
 // out not to be JSON changes none (a mapping keeps the whole entries read
-// before such a fault).
+// before such a fault). An answer may name nodes whose mapping is still on
+// its way: their states wait here until the nodes come.
 
 const BATCH = 16384;
 // A node's text index once the node was removed.
@@ -35,7 +38,7 @@ const LONGEST_ENTRY = 65536;
 
 // The head of a tree event as the gateway writes it: the observer's method,
 // then the document as the one argument, a JSON string.
-const EVENT_HEAD = /^\{"seq":\d+,"interface":"webapi::TreeObserver","method":"(OnTreeMapping|OnTreeUpdate)","signature":"[A-Za-z_]+","args":\["/;
+const EVENT_HEAD = /^\{"seq":(\d+),"interface":"webapi::TreeObserver","method":"(OnTreeMapping|OnTreeUpdate)","signature":"[A-Za-z_]+","args":\["/;
 const LONGEST_HEAD = 200;
 const EVENT_TAIL = '"]}';
 
@@ -73,6 +76,8 @@ class Batch {
     this.stateIndex = new Int32Array(BATCH);
     this.stateValues = new Int32Array(BATCH);
     this.loaded = new Int8Array(BATCH);
+    // The event whose states these are.
+    this.seq = 0;
     this.reset();
   }
 
@@ -80,6 +85,8 @@ class Batch {
     this.first = this.reader.size;
     this.nodes = 0;
     this.states = 0;
+    // Waiting states of this batch's nodes: [index, state, loaded, seq].
+    this.late = [];
     this.text = '';
     // The tails as strings too, while the text is still being joined: a
     // slice of a text being joined would join it again each time.
@@ -123,12 +130,17 @@ class Batch {
       post({ kind: 'nodes', first: this.first, parent, text: this.text, ends, moves }, [parent.buffer, ends.buffer, moves.buffer]);
     }
     if (this.states) {
-      const message = { kind: 'states', index: this.stateIndex.slice(0, this.states), state: this.stateValues.slice(0, this.states),
-        loaded: this.loaded.slice(0, this.states) };
-      post(message, [message.index.buffer, message.state.buffer, message.loaded.buffer]);
+      postStates(post, this.seq, this.stateIndex.slice(0, this.states), this.stateValues.slice(0, this.states),
+        this.loaded.slice(0, this.states));
     }
+    for (const [index, state, loaded, seq] of this.late)
+      postStates(post, seq, Int32Array.of(index), Int32Array.of(state), Int8Array.of(loaded));
     this.reset();
   }
+}
+
+function postStates(post, seq, index, state, loaded) {
+  post({ kind: 'states', seq, index, state, loaded }, [index.buffer, state.buffer, loaded.buffer]);
 }
 
 export class TreeReader {
@@ -154,6 +166,8 @@ export class TreeReader {
     this.childNames = new Map();
     // Roots whose parent may come later, by the idpath they wait for.
     this.orphans = new Map();
+    // States answered for ids not placed yet: id -> [state, loaded, seq].
+    this.waiting = new Map();
     this.size = 0;
   }
 
@@ -218,6 +232,11 @@ export class TreeReader {
       }
     }
     batch.addNode(index, parent, id, tail);
+    const answered = this.waiting.size ? this.waiting.get(id) : undefined;
+    if (answered) {
+      this.waiting.delete(id);
+      batch.late.push([index, ...answered]);
+    }
     stack.paths[stack.depth] = idpath;
     stack.indexes[stack.depth++] = index;
     return true;
@@ -241,10 +260,10 @@ export class TreeReader {
     return this.texts[this.textOf[index]].slice(this.tailStart[index], this.tailEnd[index]);
   }
 
-  setState(batch, id, state, loaded) {
+  setState(batch, id, state, loaded, wait = false) {
     const index = this.byId[id];
-    if (index === undefined) return;
-    batch.addState(index, state, loaded);
+    if (index !== undefined) batch.addState(index, state, loaded);
+    else if (wait) this.waiting.set(id, [state, loaded, batch.seq]);
   }
 
   // Removes the nodes of ids with their branches; gives the indexes of those
@@ -334,15 +353,35 @@ export class TreeReader {
     return names.get(name) ?? -1;
   }
 
+  // An event of the state query's answers, whole: its states go at once,
+  // in a batch of their own (another event's may be half read), and those
+  // of nodes not known yet wait for them.
+  applyAnswer(text) {
+    let event;
+    let document = null;
+    try {
+      event = JSON.parse(text);
+      document = JSON.parse(event.args?.[0]);
+    } catch {
+      return;
+    }
+    this.answers ??= new Batch(this);
+    this.applyParsed(event.method, document, 0, Number(event.seq) || 0, this.answers);
+  }
+
   // A whole document as JSON.parse reads it (any JSON the module may send).
-  applyParsed(method, document, skip = 0) {
-    const batch = this.batch();
+  applyParsed(method, document, skip = 0, seq = 0, batch = this.batch()) {
+    const answer = batch === this.answers;
+    batch.seq = seq;
     let key = null;
     if (document && typeof document === 'object') {
       key = ['treeMapping', 'treeRemove', 'treeUpdate', 'treeUpdateChanges', 'clearTree'].find((name) => document[name]) ?? null;
       const entries = Array.isArray(document[key]) ? document[key].slice(skip) : [];
       if (key === 'clearTree') {
+        // Answers given after the clearing still wait for their nodes.
+        const later = [...this.waiting].filter(([, answered]) => answered[2] > seq);
         this.clear();
+        this.waiting = new Map(later);
         this.post({ kind: 'clear' });
       } else if (key === 'treeMapping') {
         const stack = new Ancestors();
@@ -354,7 +393,7 @@ export class TreeReader {
       } else if (key) {
         for (const entry of entries) {
           const loaded = entry?.loaded === undefined ? -1 : entry.loaded === 'true' ? 1 : 0;
-          this.setState(batch, String(entry?.id), Number(entry?.state), loaded);
+          this.setState(batch, String(entry?.id), Number(entry?.state), loaded, answer);
         }
       }
     }
@@ -384,7 +423,7 @@ class EventData {
     const found = EVENT_HEAD.exec(this.head.slice(0, LONGEST_HEAD));
     if (found) {
       this.decided = true;
-      this.scanner = new DocumentScanner(this.reader, found[1]);
+      this.scanner = new DocumentScanner(this.reader, found[2], Number(found[1]));
       this.scanner.push(this.head.slice(found[0].length));
     } else if (this.head.length >= LONGEST_HEAD) {
       this.decided = true;
@@ -417,14 +456,14 @@ class EventData {
     } catch {
       // Not JSON: no document.
     }
-    this.reader.applyParsed(event.method, document, this.scanner?.applied ?? 0);
+    this.reader.applyParsed(event.method, document, this.scanner?.applied ?? 0, Number(event.seq) || 0);
     return null;
   }
 }
 
 // Scans a document, escaped inside its event, as its pieces come.
 class DocumentScanner {
-  constructor(reader, method) {
+  constructor(reader, method, seq) {
     this.reader = reader;
     this.method = method;
     this.text = '';
@@ -436,6 +475,7 @@ class DocumentScanner {
     this.flushed = false;
     this.stack = new Ancestors();
     this.batch = reader.batch();
+    this.batch.seq = seq;
   }
 
   push(piece) {

@@ -33,7 +33,8 @@ export function stateTitle(state) {
 
 export class TreeView {
   // callbacks: onToggleVisibility(node, others), onExpand(nodes),
-  // onSelect(primary, selected), onMenu(node, x, y), onSearch(matches|null)
+  // onSelect(primary, selected), onMenu(node, x, y), onSearch(matches|null),
+  // onUnstated(nodes): rows drawn that have no state yet
   constructor(element, model, callbacks) {
     this.element = element;
     this.model = model;
@@ -111,6 +112,7 @@ export class TreeView {
     const first = Math.max(0, Math.floor(top / ROW) - 10);
     const last = Math.min(this.rows.length, Math.ceil((top + this.element.clientHeight) / ROW) + 10);
     const html = [];
+    const unstated = [];
     const setSize = (node) => (node.parent ? node.parent.childCount : this.model.rootCount);
     for (let i = first; i < last; i++) {
       const node = this.rows.node(i);
@@ -123,6 +125,7 @@ export class TreeView {
       if (node === this.primary) classes.push('focused');
       if (inViewer) classes.push('in-viewer');
       const state = ICONS[node.state] ? node.state : 0;
+      if (!state) unstated.push(node);
       const expandable = node.expandable;
       const open = expandable && (node.expanded || (Boolean(this.filterText) && node.childCount > 0));
       const attributes = [
@@ -145,6 +148,7 @@ export class TreeView {
         + '</div>');
     }
     this.layer.innerHTML = html.join('');
+    if (unstated.length) this.callbacks.onUnstated?.(unstated);
     const focused = this.rows.indexOf(this.primary);
     if (focused >= first && focused < last)
       this.element.setAttribute('aria-activedescendant', `tn-${this.primary.id}`);

@@ -4,7 +4,8 @@
 // Everything read from one piece of the stream goes to the page in one
 // message, in the stream's order:
 //
-//   page -> worker  {open: {url, headers}}  reads a session's stream
+//   page -> worker  {open: {url, headers, answers}}  reads a session's stream,
+//                   and with answers the stream of its state query's answers
 //   worker -> page  [{kind: 'event', event}, tree parts..., {kind: 'named', name, data},
 //                    {kind: 'refused', status, text}], with their arrays moved, not copied.
 
@@ -26,8 +27,40 @@ const flush = () => {
 
 const reader = new TreeReader(post);
 
-// One worker reads one session's stream.
-function open({ url, headers }) {
+// The main stream's pieces, when many wait, would be read one after the
+// other without a break (each read resolves at once), and an answer that
+// came meanwhile on the other stream would wait for all of them: the main
+// stream lets the worker's other tasks run every few milliseconds.
+const YIELD_MS = 8;
+const channel = new MessageChannel();
+const resumes = [];
+channel.port1.onmessage = () => resumes.shift()();
+let ranSince = performance.now();
+const nextTask = () => {
+  if (performance.now() - ranSince < YIELD_MS) return null;
+  return new Promise((resolve) => {
+    resumes.push(() => {
+      ranSince = performance.now();
+      resolve();
+    });
+    channel.port2.postMessage(null);
+  });
+};
+
+// One worker reads one session's streams.
+function open({ url, headers, answers }) {
+  // The answers are few and small: each is read whole, as it comes.
+  if (answers) {
+    const lane = new EventStream(`${url}&lane=answers`, {
+      headers,
+      onMessage: (text) => reader.applyAnswer(text),
+      onNamed: (name) => {
+        if (name === 'end') lane.close();
+      },
+      onRefused: () => {},
+      afterChunk: flush,
+    });
+  }
   const stream = new EventStream(url, {
     headers,
     dataReader: () => reader.eventData(),
@@ -47,7 +80,10 @@ function open({ url, headers }) {
       post({ kind: 'refused', status, text });
       flush();
     },
-    afterChunk: flush,
+    afterChunk: () => {
+      flush();
+      return nextTask();
+    },
   });
 }
 

@@ -4,7 +4,8 @@
 // (a node's parent is the node whose idpath is its own up to the last "/",
 // whenever that one comes; a known id is not added again; a removal takes
 // the branch). Random trees, names with every escape, events cut anywhere,
-// documents in and out of the writer's form, a stream read twice.
+// documents in and out of the writer's form, a stream read twice, and state
+// query answers read ahead of the events before them.
 //
 //   node treeReader.test.mjs [SEED]
 
@@ -177,7 +178,7 @@ function run(round) {
 
   for (let step = 0; step < 12; step++) {
     const known = [...plain.nodes.keys()];
-    const kind = pick(['branch', 'shuffled', 'again', 'changes', 'hand', 'remove', 'odd', 'broken', 'empty']);
+    const kind = pick(['branch', 'shuffled', 'again', 'changes', 'hand', 'remove', 'odd', 'broken', 'empty', 'ahead']);
     if (kind === 'branch' || kind === 'shuffled') {
       // A branch under a known node, depth first or in any order.
       const under = plain.nodes.get(pick(known))?.idpath ?? 'product';
@@ -198,6 +199,28 @@ function run(round) {
       // JSON the module does not write: spaces, extra members, numbers.
       send('OnTreeMapping', JSON.stringify({ treeMapping: [{ id: nextId, idpath: `${pick(known.map((id) => plain.nodes.get(id).idpath))}/odd${nextId}`, x: 1 }] }, null, 1), 'spaced');
       nextId++;
+    } else if (kind === 'ahead') {
+      // An answer about known nodes and a branch whose mapping is half read,
+      // read between its pieces and before an older update of the same
+      // nodes: the answer's states stand, the branch's wait for its nodes.
+      const branch = forest(20, nextId, used, plain.nodes.get(pick(known))?.idpath ?? 'product');
+      nextId += branch.length;
+      const named = [...known.slice(0, 10), ...branch.map(({ id }) => id)];
+      const mapping = writerForm('treeMapping', branch);
+      const older = writerForm('treeUpdate', named.map((id) => ({ id, state: '2' })));
+      const answer = handBuilt(named.map((id) => ({ id, state: 8 })));
+      const mappingText = event('OnTreeMapping', mapping);
+      const olderText = event('OnTreeUpdate', older);
+      const data = reader.eventData();
+      const half = Math.floor(random() * mappingText.length);
+      data.push(mappingText.slice(0, half));
+      reader.applyAnswer(event('OnTreeUpdate', answer));
+      data.push(mappingText.slice(half));
+      assert.equal(data.end(), null);
+      assert.equal(feed(reader, olderText, parts).result, null);
+      take();
+      for (const document of [mapping, older, answer]) plain.apply(JSON.parse(document));
+      same(model, plain, `round ${round}, an answer read ahead`);
     } else if (kind === 'broken') {
       send('OnTreeUpdate', `${writerForm('treeUpdate', [{ id: known[0], state: '7' }])}}`, 'not JSON');
     } else {
