@@ -6,7 +6,7 @@
 
 const RETRY_MS = 1000;
 // The most of the stream read before afterChunk.
-const SLICE = 65536;
+const SLICE = 262144;
 
 export class EventStream {
   // onMessage(data, id) for each unnamed event; onNamed(name, data) for the
