@@ -353,20 +353,31 @@ export class TreeReader {
     return names.get(name) ?? -1;
   }
 
+  // A whole tree event's text, by JSON.parse, from entry skip of its
+  // document on; a text that is not JSON changes nothing, a document that
+  // is not JSON is no document.
+  applyEvent(text, skip = 0, batch = this.batch()) {
+    let event;
+    try {
+      event = JSON.parse(text);
+    } catch {
+      return;
+    }
+    let document = null;
+    try {
+      document = JSON.parse(event.args?.[0]);
+    } catch {
+      // Not JSON: no document.
+    }
+    this.applyParsed(event.method, document, skip, Number(event.seq) || 0, batch);
+  }
+
   // An event of the state query's answers, whole: its states go at once,
   // in a batch of their own (another event's may be half read), and those
   // of nodes not known yet wait for them.
   applyAnswer(text) {
-    let event;
-    let document = null;
-    try {
-      event = JSON.parse(text);
-      document = JSON.parse(event.args?.[0]);
-    } catch {
-      return;
-    }
     this.answers ??= new Batch(this);
-    this.applyParsed(event.method, document, 0, Number(event.seq) || 0, this.answers);
+    this.applyEvent(text, 0, this.answers);
   }
 
   // A whole document as JSON.parse reads it (any JSON the module may send).
@@ -444,19 +455,7 @@ class EventData {
     this.pieces = null;
     if (!this.scanner && !EVENT_HEAD.test(text)) return text;
     // A tree event not of the writer's form.
-    let event;
-    try {
-      event = JSON.parse(text);
-    } catch {
-      return null;
-    }
-    let document = null;
-    try {
-      document = JSON.parse(event.args?.[0]);
-    } catch {
-      // Not JSON: no document.
-    }
-    this.reader.applyParsed(event.method, document, this.scanner?.applied ?? 0, Number(event.seq) || 0);
+    this.reader.applyEvent(text, this.scanner?.applied ?? 0);
     return null;
   }
 }
