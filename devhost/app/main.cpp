@@ -14,6 +14,7 @@
 
 #include <pthread.h>
 
+#include "devhost/app/AllocatorTuning.h"
 #include "devhost/app/ConsoleSession.h"
 #include "devhost/client/PluginLibrary.h"
 #include "devhost/content/ContentWorldFile.h"
@@ -173,6 +174,7 @@ int ServeGateway(const Options& options, const du::Symbol& actorName,
 }  // namespace
 
 int main(int argc, char** argv) {
+    RunWithTunedAllocator(argv);
     sigset_t stopSignals;
     sigemptyset(&stopSignals);
     sigaddset(&stopSignals, SIGINT);
