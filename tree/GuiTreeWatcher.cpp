@@ -1,5 +1,7 @@
 #include "tree/GuiTreeWatcher.h"
 
+#include <iterator>
+
 #include "guitree/StructureTreeState.h"
 #include "publisher/GuiInterface.h"
 #include "qxk/BaseTree.h"
@@ -51,12 +53,22 @@ void GuiTreeWatcher::PopulateInstanceMap() {
     if (!state) return;
     NodeVisitor visitor(state);
     if (du::SmartPtr<qxk::BaseTree> tree = guiTree->GetBaseTree()) tree->Visit(visitor, qxk::BaseTree::VT_DepthFirst);
-    for (const auto& instance : visitor.instances) instancesById.emplace(instance->GetUniqueId(), instance.get());
+    InstanceMap::iterator next = instancesById.end();
+    for (const auto& instance : visitor.instances) Insert(instance->GetUniqueId(), instance.get(), next);
+}
+
+// The first instance with an id stays. next is where the id after the last
+// one given is looked for first: instances come mostly in id order, and
+// then each id is found, or goes in, right there in constant time, with no
+// search of the map.
+void GuiTreeWatcher::Insert(std::uint64_t id, qxk::BaseInstance* instance, InstanceMap::iterator& next) {
+    next = std::next(instancesById.try_emplace(next, id, instance));
 }
 
 // Adds before removes: an instance in both ends up absent.
 void GuiTreeWatcher::UpdateInstanceMap(InstanceQueue added, InstanceQueue removed) {
-    for (const auto& instance : added) instancesById.emplace(instance->GetUniqueId(), instance.get());
+    InstanceMap::iterator next = instancesById.begin();
+    for (const auto& instance : added) Insert(instance->GetUniqueId(), instance.get(), next);
     for (const auto& instance : removed) instancesById.erase(instance->GetUniqueId());
 }
 

@@ -60,6 +60,7 @@ private:
     // The visibility state the tree model gives an instance; fallback when
     // the tree has no state provider.
     int VisibilityState(const du::SmartPtr<qxk::BaseInstance>& instance, int fallback) const;
+    void Insert(std::uint64_t id, qxk::BaseInstance* instance, InstanceMap::iterator& next);
     // Places an event under the module and keeps it until it completes.
     void Track(const du::SmartPtr<LoadBranchLinkEvent>& event);
 
