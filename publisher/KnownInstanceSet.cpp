@@ -10,7 +10,7 @@ KnownInstanceSet::KnownInstanceSet() { Rebuild(du::HashNextPrime(0)); }
 
 std::size_t KnownInstanceSet::BucketOf(const qxk::BaseInstance* instance) const {
     // Instances are at least four-byte aligned: the low bits say nothing.
-    return (reinterpret_cast<std::uintptr_t>(instance) >> 2) % buckets.size();
+    return bucketOf.Of(reinterpret_cast<std::uintptr_t>(instance) >> 2);
 }
 
 KnownInstanceSet::List::iterator KnownInstanceSet::Find(const qxk::BaseInstance* instance, std::size_t bucket) {
@@ -53,6 +53,7 @@ void KnownInstanceSet::Rebuild(std::size_t count) {
     List old;
     old.swap(elements);
     buckets.assign(count, Bucket(elements.end(), elements.end()));
+    bucketOf = Remainder(count);
     while (!old.empty()) {
         auto element = old.begin();
         elements.splice(elements.end(), old, element);

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "publisher/Remainder.h"
+
 namespace qxk {
 class BaseInstance;
 }
@@ -48,6 +50,9 @@ private:
 
     List elements;
     std::vector<Bucket> buckets;
+    // By the bucket count: a 64-bit division would cost more than the rest
+    // of a look-up whose bucket is in cache.
+    Remainder bucketOf;
 };
 
 }  // namespace webapi

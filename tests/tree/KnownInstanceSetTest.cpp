@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
+#include <random>
 #include <vector>
 
 #include "du/StringUtil.h"
 #include "publisher/KnownInstanceSet.h"
+#include "publisher/Remainder.h"
 
 namespace {
 
@@ -44,6 +48,25 @@ TEST(KnownInstanceSet, GrowsOnlyWhenAskedForMoreThanItHas) {
     EXPECT_EQ(set.BucketCount(), first);
     set.Reserve(first + 1);
     EXPECT_EQ(set.BucketCount(), du::HashNextPrime(first + 1));
+}
+
+TEST(KnownInstanceSet, BucketsByAMultiplicationAgreeWithTheDivisionsRemainder) {
+    constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
+    // Every bucket count the host gives, and the divisors where the fixed
+    // point is tightest.
+    std::vector<std::uint64_t> divisors{1, 2, 3, 7, 1ull << 32, (1ull << 63) + 1, kMax - 1, kMax};
+    for (unsigned long n = 0;; n = du::HashNextPrime(n) + 1) {
+        divisors.push_back(du::HashNextPrime(n));
+        if (du::HashNextPrime(n) == du::HashNextPrime(du::HashNextPrime(n) + 1)) break;
+    }
+    std::mt19937_64 random(23);
+    for (const std::uint64_t divisor : divisors) {
+        const webapi::Remainder remainder(divisor);
+        std::vector<std::uint64_t> values{0, 1, divisor - 1, divisor, kMax, kMax - 1, kMax / divisor * divisor};
+        if (divisor < kMax) values.push_back(divisor + 1);
+        for (int i = 0; i < 2000; ++i) values.push_back(random() >> (i % 64));
+        for (const std::uint64_t value : values) ASSERT_EQ(remainder.Of(value), value % divisor) << value << " % " << divisor;
+    }
 }
 
 }  // namespace
