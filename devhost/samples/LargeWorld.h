@@ -9,7 +9,8 @@ namespace devhost {
 
 // Shape of a synthetic world for benchmarks and load tests. The structure
 // is one root with fanOut children per assembly, filled level by level down
-// to depth levels below the root until instances are made.
+// to depth levels below the root until instances are made. The instances
+// are made depth first, so their ids follow a walk of the tree.
 struct LargeWorldParams {
     std::size_t instances = 1000;  // including the root; at most what depth and fan-out hold
     unsigned depth = 4;

@@ -7,6 +7,8 @@
 #include "devhost/samples/PngEncoder.h"
 #include "TestWorlds.h"
 #include "devhost/world/WorldControl.h"
+#include "qxk/BaseInstanceVisitor.h"
+#include "qxk/BaseTree.h"
 #include "qxk/Instance.h"
 #include "qxk/Shape.h"
 #include "qxk/ShapeScene.h"
@@ -53,6 +55,36 @@ TEST(Generator, BuildsTheAskedNumberWithDepthFanOutAndShareOfProxies) {
     component->GetViewableSources(sources);
     ASSERT_EQ(1u, sources.size());
     EXPECT_FALSE(du::DynamicCast<qxk::Illustration3dSource>(sources[0])->GetThumbnailSource().IsNull());
+}
+
+// Which instances a count reaches is decided level by level; they are made
+// depth first, as a viewer reading a product structure makes them, so that
+// a walk of the tree meets them in the order of their ids.
+TEST(Generator, FillsLevelByLevelAndMakesEachBranchInTurn) {
+    support::CleanProcess clean;
+    devhost::LargeWorldParams params;
+    params.instances = 1000;
+    params.depth = 3;
+    params.fanOut = 10;
+    auto world = devhost::BuildLargeWorld(params);
+    // 111 instances down to level 2, then 889 children: ten each for the
+    // first 88 assemblies of level 2 and nine for the 89th.
+    EXPECT_TRUE(world->tree->FindInstance("product/n8/n7/n9"));
+    EXPECT_TRUE(world->tree->FindInstance("product/n8/n8/n8"));
+    EXPECT_FALSE(world->tree->FindInstance("product/n8/n8/n9"));
+    EXPECT_FALSE(world->tree->FindInstance("product/n8/n9/n0"));
+    EXPECT_TRUE(world->tree->FindInstance("product/n9/n9"));
+
+    struct Walk : qxk::BaseInstanceVisitor {
+        std::vector<std::uint64_t> ids;
+        bool Visit(const du::SmartPtr<qxk::BaseInstance>& instance, unsigned int) override {
+            ids.push_back(instance->GetUniqueId());
+            return true;
+        }
+    } walk;
+    world->tree->Visit(walk, qxk::BaseTree::VT_DepthFirst);
+    ASSERT_EQ(walk.ids.size(), 1000u);
+    for (std::size_t i = 1; i < walk.ids.size(); ++i) ASSERT_EQ(walk.ids[i], walk.ids[i - 1] + 1) << i;
 }
 
 TEST(Generator, StopsAtWhatDepthAndFanOutCanHold) {
