@@ -51,7 +51,8 @@ struct Session::Events {
     Queue lanes[kLanes];
     bool answersApart = false;
     unsigned long long numbered = 0;  // the last number given, in either lane
-    std::size_t bound = 0;
+    std::size_t bound = 0;  // of the events waiting
+    std::size_t keep = 0;   // of the events sent
     bool ended = false;
     std::string reason;
     unsigned openStreams = 0;
@@ -60,17 +61,14 @@ struct Session::Events {
 
     Queue& Of(Lane lane) { return lanes[static_cast<std::size_t>(lane)]; }
 
-    std::size_t Bytes() const {
-        std::size_t bytes = 0;
-        for (const Queue& queue : lanes) bytes += queue.sentBytes + queue.waitingBytes;
-        return bytes;
-    }
+    std::size_t SentBytes() const { return lanes[0].sentBytes + lanes[1].sentBytes; }
+    std::size_t WaitingBytes() const { return lanes[0].waitingBytes + lanes[1].waitingBytes; }
 
-    // A lane's sent events are let go, oldest first, while everything kept
-    // passes the bound or while the reader has confirmed them (up to upTo).
+    // A lane's sent events are let go, oldest first, while those kept pass
+    // their bound or while the reader has confirmed them (up to upTo).
     void TrimSent(Queue& queue, unsigned long long upTo = 0) {
         while (!queue.kept.empty() && queue.kept.front().first < queue.next &&
-               (queue.kept.front().first <= upTo || Bytes() > bound)) {
+               (queue.kept.front().first <= upTo || SentBytes() > keep)) {
             queue.sentBytes -= queue.kept.front().second->Counted();
             queue.kept.pop_front();
         }
@@ -105,7 +103,7 @@ struct Session::Events {
         Queue& queue = Of(answersApart && IsStateAnswer(interface, method, values) ? Lane::Answers : Lane::Main);
         std::lock_guard<std::mutex> hold(mutex);
         if (ended) return;
-        if (lanes[0].waitingBytes + lanes[1].waitingBytes + counted > bound) {
+        if (WaitingBytes() + counted > bound) {
             Finish("overflow: more than " + std::to_string(bound) + " bytes of events waited for a reader");
             return;
         }
@@ -117,10 +115,11 @@ struct Session::Events {
     }
 };
 
-Session::Session(std::string id, const SignatureCatalog& catalog, ClientActor& actor, std::size_t eventBytes,
+Session::Session(std::string id, const SignatureCatalog& catalog, ClientActor& actor, const SessionLimits& limits,
                  bool answersApart)
     : id_(std::move(id)), actor_(actor), events_(std::make_shared<Events>()) {
-    events_->bound = eventBytes;
+    events_->bound = limits.eventBytes;
+    events_->keep = std::min(limits.keptBytes, limits.eventBytes);
     events_->answersApart = answersApart;
     std::weak_ptr<Events> events = events_;
     // The lookups hold the objects weakly through the session's own list,
@@ -257,7 +256,7 @@ std::shared_ptr<Session> SessionTable::Open(bool answersApart) {
         std::lock_guard<std::mutex> hold(mutex_);
         EndIdle(idle);
         std::string id = RandomHex(16);
-        session = std::make_shared<Session>(id, catalog_, actor_, limits_.eventBytes, answersApart);
+        session = std::make_shared<Session>(id, catalog_, actor_, limits_, answersApart);
         sessions_.emplace(std::move(id), session);
     }
     for (const auto& each : idle) each->End(IdleReason());

@@ -17,11 +17,15 @@ namespace devhost::gateway {
 
 // How much a session may hold and how long it may sit unused.
 struct SessionLimits {
-    // Bytes of event text a session keeps, waiting and sent alike. Past
-    // that, events already sent are let go oldest first; when the waiting
-    // ones alone would pass it, the session ends, so a reader that falls
-    // behind loses nothing silently.
-    std::size_t eventBytes = 64u << 20;
+    // Bytes of event text that may wait for a reader. Past that the session
+    // ends, so a reader that falls behind loses nothing silently. It holds
+    // a registration's documents whole: those of a tree of 7,000,000
+    // instances are some 800 MB, which the module sends at once.
+    std::size_t eventBytes = std::size_t{1} << 30;
+    // Bytes of events already sent that are kept, so that a reader that
+    // lost its connection gets them again; past that (or eventBytes, if
+    // less) they are let go oldest first.
+    std::size_t keptBytes = 64u << 20;
     // A session with no open stream and no call for this long ends.
     std::chrono::steady_clock::duration idle = std::chrono::minutes(10);
 };
@@ -40,7 +44,7 @@ class Session {
 public:
     // With answersApart, the state query's answers go to the Answers lane;
     // otherwise every event goes to the Main one.
-    Session(std::string id, const SignatureCatalog& catalog, ClientActor& actor, std::size_t eventBytes,
+    Session(std::string id, const SignatureCatalog& catalog, ClientActor& actor, const SessionLimits& limits,
             bool answersApart);
     ~Session();
     Session(const Session&) = delete;

@@ -208,6 +208,31 @@ TEST(GatewayProbeBound, AReaderPastTheBoundEndsItsSessionAndIsToldWhy) {
     EXPECT_EQ(gateway.Post("/api/call", R"({"method":"Count","args":[],"session":)" + id + "}").status, 404);
 }
 
+// What waits for a reader and what is kept once sent have bounds of their
+// own: a burst of events far past what is kept for replay (a large tree's
+// registration) still reaches a reader whole, and the session goes on.
+TEST(GatewayProbeBound, EventsPastWhatIsKeptStillWaitWholeForTheirReader) {
+    ProbeFactories factories;
+    ProbeActor probe;
+    auto options = ProbeOptions(10 * kThreeEvents);
+    options.sessions.keptBytes = kThreeEvents;
+    RunningGateway gateway(options);
+    const auto session = gateway.OpenSession();
+    const std::string id = Quoted(session);
+    gateway.Post("/api/call", R"({"method":"Call","args":["session",12],"session":)" + id + "}");
+    gateway.Post("/host/settle", "{}");
+    std::string end;
+    const auto events = gateway.ReadEvents(session, 12, &end);
+    ASSERT_EQ(events.size(), 12u);
+    EXPECT_EQ(end, "") << "the session goes on";
+    // Read again from the start, only the newest of them are still there.
+    const auto again = gateway.ReadStream("/api/events?session=" + session + "&since=0", 12, nullptr, events.back());
+    ASSERT_FALSE(again.empty());
+    EXPECT_LE(again.size(), 3u);
+    EXPECT_EQ(again.back(), events.back());
+    EXPECT_EQ(gateway.Post("/api/call", R"({"method":"Count","args":[],"session":)" + id + "}").status, 200);
+}
+
 TEST_F(GatewayProbe, RawMessagesGoOutExactlyAsWritten) {
     auto reply = gateway.Post("/api/raw", R"({"table":0,"tag":0,"values":[{"type":"S","value":null},)"
                                           R"({"type":"l","value":5}],"reply":true})");
