@@ -14,7 +14,6 @@
 
 #include <pthread.h>
 
-#include "devhost/app/AllocatorTuning.h"
 #include "devhost/app/ConsoleSession.h"
 #include "devhost/client/PluginLibrary.h"
 #include "devhost/content/ContentWorldFile.h"
@@ -174,7 +173,6 @@ int ServeGateway(const Options& options, const du::Symbol& actorName,
 }  // namespace
 
 int main(int argc, char** argv) {
-    RunWithTunedAllocator(argv);
     sigset_t stopSignals;
     sigemptyset(&stopSignals);
     sigaddset(&stopSignals, SIGINT);
