@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <deque>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "devhost/content/InstanceContent.h"

@@ -190,16 +190,24 @@ TEST_F(GatewayProbe, AnEndedSessionDropsItsObjectsAndTheServerGoesOn) {
 // Room for three of the probe's callback events, not four.
 constexpr std::size_t kThreeEvents = 400;
 
+// Has the probe call the session's callback object count times, then reads
+// the session's stream: up to limit events, and how it ended.
+std::vector<std::string> CalledBack(RunningGateway& gateway, const std::string& session, int count,
+                                    std::size_t limit, std::string* end) {
+    gateway.Post("/api/call", R"({"method":"Call","args":["session",)" + std::to_string(count) +
+                                  R"(],"session":)" + Quoted(session) + "}");
+    gateway.Post("/host/settle", "{}");
+    return gateway.ReadEvents(session, limit, end);
+}
+
 TEST(GatewayProbeBound, AReaderPastTheBoundEndsItsSessionAndIsToldWhy) {
     ProbeFactories factories;
     ProbeActor probe;
     RunningGateway gateway(ProbeOptions(kThreeEvents));
     const auto session = gateway.OpenSession();
     const std::string id = Quoted(session);
-    gateway.Post("/api/call", R"({"method":"Call","args":["session",5],"session":)" + id + "}");
-    gateway.Post("/host/settle", "{}");
     std::string end;
-    const auto events = gateway.ReadEvents(session, 10, &end);
+    const auto events = CalledBack(gateway, session, 5, 10, &end);
     EXPECT_EQ(events.size(), 3u) << "what came before the bound is still delivered";
     EXPECT_EQ(end, R"({"reason":"overflow: more than 400 bytes of events waited for a reader"})");
     // Gone (404) once the stream has closed it; ended (410) if asked first.
@@ -218,11 +226,8 @@ TEST(GatewayProbeBound, EventsPastWhatIsKeptStillWaitWholeForTheirReader) {
     options.sessions.keptBytes = kThreeEvents;
     RunningGateway gateway(options);
     const auto session = gateway.OpenSession();
-    const std::string id = Quoted(session);
-    gateway.Post("/api/call", R"({"method":"Call","args":["session",12],"session":)" + id + "}");
-    gateway.Post("/host/settle", "{}");
     std::string end;
-    const auto events = gateway.ReadEvents(session, 12, &end);
+    const auto events = CalledBack(gateway, session, 12, 12, &end);
     ASSERT_EQ(events.size(), 12u);
     EXPECT_EQ(end, "") << "the session goes on";
     // Read again from the start, only the newest of them are still there.
@@ -230,7 +235,8 @@ TEST(GatewayProbeBound, EventsPastWhatIsKeptStillWaitWholeForTheirReader) {
     ASSERT_FALSE(again.empty());
     EXPECT_LE(again.size(), 3u);
     EXPECT_EQ(again.back(), events.back());
-    EXPECT_EQ(gateway.Post("/api/call", R"({"method":"Count","args":[],"session":)" + id + "}").status, 200);
+    EXPECT_EQ(gateway.Post("/api/call", R"({"method":"Count","args":[],"session":)" + Quoted(session) + "}").status,
+              200);
 }
 
 TEST_F(GatewayProbe, RawMessagesGoOutExactlyAsWritten) {
