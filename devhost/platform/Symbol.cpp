@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "devhost/platform/HugePages.h"
+#include "devhost/platform/TextSlabs.h"
 
 namespace du {
 
@@ -21,14 +22,21 @@ struct Symbol::Rep {
     // The text follows the header in the same block.
     char* text() noexcept { return reinterpret_cast<char*>(this + 1); }
 
-    // A text of megabytes goes into huge pages: a large document's text is
-    // made into a Symbol as it goes out, and fresh small pages cost more
-    // than its copy.
-    static bool Large(std::size_t length) { return sizeof(Rep) + length + 1 >= devhost::kHugePage; }
+    // A text of megabytes goes into huge pages of its own, one of tens of
+    // kilobytes into shared ones: a document's text is made into a Symbol
+    // as it goes out, and fresh small pages cost more than its copy.
+    static std::size_t Block(std::size_t length) { return sizeof(Rep) + length + 1; }
+    static bool Large(std::size_t length) { return Block(length) >= devhost::kHugePage; }
 
     static Rep* Make(const char* text, std::size_t length) {
-        const std::size_t block = sizeof(Rep) + length + 1;
-        void* memory = Large(length) ? devhost::MapHugePages(block) : std::malloc(block);
+        const std::size_t block = Block(length);
+        void* memory;
+        if (Large(length))
+            memory = devhost::MapHugePages(block);
+        else if (devhost::TextSlabs::Serves(block))
+            memory = devhost::TextSlabs::Allocate(block);
+        else
+            memory = std::malloc(block);
         if (!memory) throw std::bad_alloc();
         Rep* rep = ::new (memory) Rep;
         rep->refs.store(1, std::memory_order_relaxed);
@@ -45,7 +53,9 @@ struct Symbol::Rep {
             const std::size_t length = rep->length;
             rep->~Rep();
             if (Large(length))
-                devhost::UnmapHugePages(reinterpret_cast<char*>(rep), sizeof(Rep) + length + 1);
+                devhost::UnmapHugePages(reinterpret_cast<char*>(rep), Block(length));
+            else if (devhost::TextSlabs::Serves(Block(length)))
+                devhost::TextSlabs::Free(rep);
             else
                 std::free(rep);
         }

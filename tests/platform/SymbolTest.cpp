@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "du/Symbol.h"
 
@@ -73,4 +77,42 @@ TEST(Symbol, PrintsAndReads) {
     std::istringstream none("");
     read.Read(none);
     EXPECT_EQ(read, du::Symbol::EMPTY);
+}
+
+namespace {
+
+// A text of length bytes that tells which one it is.
+std::string Pattern(std::size_t length, std::size_t which) {
+    std::string text(length, static_cast<char>('a' + which % 26));
+    const std::string number = std::to_string(which);
+    text.replace(0, std::min(length, number.size()), number, 0, std::min(length, number.size()));
+    return text;
+}
+
+}  // namespace
+
+// Texts of tens of kilobytes share pages that are used again once all of
+// theirs are freed, from whichever thread: a page let go too early would
+// show in the texts still alive.
+TEST(Symbol, TextsOfEverySizeKeepTheirBytesWhileOtherThreadsMakeAndFreeTexts) {
+    const std::vector<std::size_t> sizes = {100, 8 * 1024 - 40, 8 * 1024, 30000, 256 * 1024 - 40, 256 * 1024};
+    constexpr std::size_t kMade = 140, kRun = 35;  // per round; runs of texts kept and freed
+    std::vector<du::Symbol> kept;
+    for (std::size_t round = 0; round < 4; ++round) {
+        std::vector<du::Symbol> made;
+        std::thread maker([&] {
+            for (std::size_t i = 0; i < kMade; ++i) made.emplace_back(Pattern(sizes[i % sizes.size()], round * kMade + i));
+        });
+        maker.join();
+        // Every other run of texts is freed by another thread, the rest kept.
+        std::vector<du::Symbol> freed;
+        for (std::size_t i = 0; i < kMade; ++i) (i / kRun % 2 ? freed : kept).push_back(made[i]);
+        made.clear();
+        std::thread([gone = std::move(freed)]() mutable { gone.clear(); }).join();
+    }
+    for (std::size_t k = 0; k < kept.size(); ++k) {
+        const std::size_t round = k / (kMade / 2), i = k % (kMade / 2) / kRun * 2 * kRun + k % kRun;
+        ASSERT_EQ(std::string(kept[k].safe_c_str(), kept[k].length()), Pattern(sizes[i % sizes.size()], round * kMade + i))
+            << "text " << k;
+    }
 }
