@@ -4,19 +4,32 @@
 // to be joined once or read as it arrives. Like EventSource it resumes after a broken connection from the last
 // id it got, so nothing is lost.
 
+import { joined } from './bytes.js';
+
 const RETRY_MS = 1000;
 // The most of the stream read before afterChunk.
 const SLICE = 262144;
+
+const LF = 10;
+const CR = 13;
+const SPACE = 32;
+const COLON = 58;
+const RETURN = Uint8Array.of(CR);
+const DATA_FIELD = new TextEncoder().encode('data:');
+
+const startsWith = (bytes, head) => bytes.length >= head.length && head.every((byte, i) => bytes[i] === byte);
+
 
 export class EventStream {
   // onMessage(data, id) for each unnamed event; onNamed(name, data) for the
   // others; onRefused(status, text) when the server refuses the stream with
   // a 4xx, which ends it. headers go with every request (the gateway's token).
-  // dataReader() makes the reader of one event's data (push(piece) as the
-  // pieces come, newline() between two data lines, end() for the text, or
-  // null for an event that the reader took itself); afterChunk() runs after
-  // each piece of the stream was read (at most SLICE bytes), and the next
-  // piece waits for the promise it may give.
+  // dataReader() makes the reader of one event's data (push(text) as the
+  // pieces come, or pushBytes(bytes) with their UTF-8 bytes if it has that,
+  // newline() between two data lines, end() for the text, or null for an
+  // event that the reader took itself); afterChunk() runs after each piece
+  // of the stream was read (at most SLICE bytes), and the next piece waits
+  // for the promise it may give.
   constructor(url, { onMessage, onNamed, onRefused, headers = {}, dataReader = () => new JoinedData(), afterChunk = null }) {
     this.url = url;
     this.headers = headers;
@@ -57,7 +70,10 @@ export class EventStream {
   }
 
   async read(reader) {
-    const decoder = new TextDecoder();
+    // Lines are found in the bytes; a data line goes to a reader of bytes as
+    // it came, to any other reader as text.
+    const lineDecoder = new TextDecoder();
+    let pieceDecoder = null;  // a long data line's pieces, for a reader of text
     let event = { name: '', data: null, id: null };
     let opening = [];  // the start of a line whose field is not known yet
     let streaming = false;  // inside a data line, handed on piece by piece
@@ -67,31 +83,50 @@ export class EventStream {
       else event.data = this.handlers.dataReader();
       return event.data;
     };
-    const line = (text) => {
-      if (text.endsWith('\r')) text = text.slice(0, -1);
-      if (text === '') {
+    const give = (bytes) => {
+      if (event.data.pushBytes) {
+        event.data.pushBytes(bytes);
+      } else {
+        const text = pieceDecoder.decode(bytes, { stream: true });
+        if (text) event.data.push(text);
+      }
+    };
+    const line = (bytes) => {
+      if (bytes[bytes.length - 1] === CR) bytes = bytes.subarray(0, bytes.length - 1);
+      if (bytes.length === 0) {
         if (event.data) this.dispatch(event);
         event = { name: '', data: null, id: null };
         return;
       }
-      if (text.startsWith(':')) return;
+      if (bytes[0] === COLON) return;
+      if (startsWith(bytes, DATA_FIELD)) {
+        const value = bytes.subarray(bytes[DATA_FIELD.length] === SPACE ? DATA_FIELD.length + 1 : DATA_FIELD.length);
+        const reader = data();
+        if (reader.pushBytes) reader.pushBytes(value);
+        else reader.push(lineDecoder.decode(value));
+        return;
+      }
+      const text = lineDecoder.decode(bytes);
       const colon = text.indexOf(':');
       const field = colon < 0 ? text : text.slice(0, colon);
       let value = colon < 0 ? '' : text.slice(colon + 1);
       if (value.startsWith(' ')) value = value.slice(1);
-      if (field === 'data') data().push(value);
-      else if (field === 'event') event.name = value;
+      if (field === 'event') event.name = value;
       else if (field === 'id') event.id = value;
     };
     // A piece of a data line: a "\r" at its end waits, since it belongs to
     // the line only when the line goes on after it.
     const stream = (piece, lineEnds) => {
-      if (heldReturn && (piece || !lineEnds)) event.data.push('\r');
-      heldReturn = !lineEnds && piece.endsWith('\r');
-      if (lineEnds && piece.endsWith('\r')) piece = piece.slice(0, -1);
-      if (heldReturn) piece = piece.slice(0, -1);
-      if (piece) event.data.push(piece);
+      if (heldReturn && (piece.length || !lineEnds)) give(RETURN);
+      const endsInReturn = piece[piece.length - 1] === CR;
+      heldReturn = !lineEnds && endsInReturn;
+      if (endsInReturn && (lineEnds || heldReturn)) piece = piece.subarray(0, piece.length - 1);
+      if (piece.length) give(piece);
       if (lineEnds) {
+        if (!event.data.pushBytes) {
+          const rest = pieceDecoder.decode();
+          if (rest) event.data.push(rest);
+        }
         streaming = false;
         heldReturn = false;
       }
@@ -102,27 +137,28 @@ export class EventStream {
       // A reader that fell behind gets megabytes at once; read in slices,
       // each followed by afterChunk, they hold its thread a short while.
       for (let at = 0; at < value.length && !this.closed; at += SLICE) {
-        const text = decoder.decode(value.subarray(at, at + SLICE), { stream: true });
-        for (let start = 0; start < text.length;) {
-          const end = text.indexOf('\n', start);
-          const piece = text.slice(start, end < 0 ? text.length : end);
+        const slice = value.subarray(at, at + SLICE);
+        for (let start = 0; start < slice.length;) {
+          const end = slice.indexOf(LF, start);
+          const piece = slice.subarray(start, end < 0 ? slice.length : end);
           if (streaming) {
             stream(piece, end >= 0);
           } else if (end >= 0) {
             opening.push(piece);
-            line(opening.length === 1 ? opening[0] : opening.join(''));
+            line(joined(opening));
             opening = [];
           } else {
             // A long line: a data line is handed on as it comes, once its
             // "data:" and the space that may follow are there.
             opening.push(piece);
-            const head = opening.join('');
+            const head = joined(opening);
             opening = [head];
-            if (head.startsWith('data:') && head.length > 5) {
+            if (startsWith(head, DATA_FIELD) && head.length > DATA_FIELD.length) {
               opening = [];
               data();
               streaming = true;
-              stream(head.slice(head[5] === ' ' ? 6 : 5), false);
+              pieceDecoder = new TextDecoder();
+              stream(head.subarray(head[DATA_FIELD.length] === SPACE ? DATA_FIELD.length + 1 : DATA_FIELD.length), false);
             }
           }
           if (end < 0) break;

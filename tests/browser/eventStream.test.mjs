@@ -3,7 +3,7 @@
 // multi-line data event come through as sent, and a connection broken in
 // the middle of an event resumes after the last whole one, losing nothing,
 // and so does one that the server answers with a 503;
-// a reader of data gets long lines piece by piece.
+// a reader of data gets long lines piece by piece, as text or as bytes.
 //
 //   node eventStream.test.mjs
 
@@ -78,6 +78,19 @@ await readAll(() => {
     end: () => own.join(''),
   };
 });
-server.close();
 assert.ok(pieces.filter((piece) => piece.startsWith('x') || piece.includes('xxx')).length > 2, 'the long event came in pieces');
 assert.ok(!pieces.some((piece) => piece.includes('\n') || piece.includes('\r')));
+
+// A reader of bytes gets every data line as its UTF-8 bytes, a long one in
+// pieces cut anywhere, a character's bytes included; joined they are the text.
+const byteCounts = [];
+await readAll(() => {
+  const own = [];
+  return {
+    pushBytes: (bytes) => { own.push(Buffer.from(bytes)); byteCounts.push(bytes.length); },
+    newline: () => own.push(Buffer.from('\n')),
+    end: () => Buffer.concat(own).toString('utf8'),
+  };
+});
+server.close();
+assert.ok(byteCounts.filter((count) => count > 1000).length > 2, 'the long event came in pieces of bytes');

@@ -130,14 +130,17 @@ function forest(size, firstId, used, under = null) {
   return entries;
 }
 
-// Feeds an event's text to the reader cut at random places; gives the
-// text when the reader did not take the event.
+// Feeds an event's bytes to the reader cut at random places, inside a
+// character's UTF-8 bytes too; gives the text when the reader did not take
+// the event.
+const utf8 = (text) => new TextEncoder().encode(text);
 function feed(reader, text, parts, cuts = 1 + Math.floor(random() * 6)) {
   const data = reader.eventData();
-  const at = [...Array.from({ length: cuts }, () => Math.floor(random() * text.length)), text.length].sort((a, b) => a - b);
+  const bytes = utf8(text);
+  const at = [...Array.from({ length: cuts }, () => Math.floor(random() * bytes.length)), bytes.length].sort((a, b) => a - b);
   let start = 0;
   for (const end of at) {
-    if (end > start) data.push(text.slice(start, end));
+    if (end > start) data.pushBytes(bytes.subarray(start, end));
     start = end;
   }
   const before = parts.length;
@@ -212,10 +215,11 @@ function run(round) {
       const mappingText = event('OnTreeMapping', mapping);
       const olderText = event('OnTreeUpdate', older);
       const data = reader.eventData();
-      const half = Math.floor(random() * mappingText.length);
-      data.push(mappingText.slice(0, half));
+      const mappingBytes = utf8(mappingText);
+      const half = Math.floor(random() * mappingBytes.length);
+      data.pushBytes(mappingBytes.subarray(0, half));
       reader.applyAnswer(event('OnTreeUpdate', answer));
-      data.push(mappingText.slice(half));
+      data.pushBytes(mappingBytes.subarray(half));
       assert.equal(data.end(), null);
       assert.equal(feed(reader, olderText, parts).result, null);
       take();
@@ -234,8 +238,9 @@ function run(round) {
   nextId += again.length;
   const text = event('OnTreeMapping', writerForm('treeMapping', again));
   const cut = reader.eventData();
-  const half = Math.floor(text.length / 2);
-  for (let at = 0; at < half; at += 1000) cut.push(text.slice(at, Math.min(half, at + 1000)));
+  const bytes = utf8(text);
+  const half = Math.floor(bytes.length / 2);
+  for (let at = 0; at < half; at += 1000) cut.pushBytes(bytes.subarray(at, Math.min(half, at + 1000)));
   take();
   send('OnTreeMapping', writerForm('treeMapping', again), 'a mapping read twice');
 
@@ -255,10 +260,10 @@ for (let round = 0; round < 40; round++) run(round);
     entries.push({ id: String(entries.length + 1), idpath: `product/n${i}` });
     for (let j = 0; j < 9; j++) entries.push({ id: String(entries.length + 1), idpath: `product/n${i}/${name()}${j}` });
   }
-  const text = event('OnTreeMapping', writerForm('treeMapping', entries));
+  const text = utf8(event('OnTreeMapping', writerForm('treeMapping', entries)));
   const data = reader.eventData();
   for (let at = 0; at < text.length; at += 65536) {
-    data.push(text.slice(at, at + 65536));
+    data.pushBytes(text.subarray(at, at + 65536));
     if (at === 0) assert.ok(parts.some((part) => part.kind === 'nodes'), 'the first piece gives rows');
   }
   const nodesBefore = parts.filter((part) => part.kind === 'nodes').length;
