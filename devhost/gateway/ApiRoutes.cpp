@@ -294,7 +294,7 @@ void CloseSession(GatewayContext& context, const httplib::Request& request, http
     ReplyJson(response, 200, reply);
 }
 
-// Events up to this size are gathered into one write of the stream.
+// Events are gathered into writes of the stream of up to this size.
 constexpr std::size_t kGatherBytes = 1 << 20;
 
 // Server-Sent Events of one lane of a session, each with its number as its id, so
@@ -350,18 +350,21 @@ void Events(GatewayContext& context, const httplib::Request& request, httplib::R
                 sink.done();
                 return true;
             }
-            // Events are gathered into one write, except a large one, which
-            // is written as it is rather than copied.
+            // Small events are gathered into writes of up to kGatherBytes; a
+            // large one is written as it is rather than copied. A batch of
+            // thousands of events (a large tree's initial states) thus starts
+            // going out at once, through one buffer used again.
             std::string text;
             for (const auto& [seq, event] : batch.events) {
                 const std::string_view bytes = event->Bytes();
-                if (bytes.size() < kGatherBytes) {
-                    text.append(bytes);
-                    continue;
+                if (!text.empty() && text.size() + bytes.size() > kGatherBytes) {
+                    if (!sink.write(text.data(), text.size())) return false;
+                    text.clear();
                 }
-                if ((!text.empty() && !sink.write(text.data(), text.size())) || !sink.write(bytes.data(), bytes.size()))
+                if (bytes.size() < kGatherBytes)
+                    text.append(bytes);
+                else if (!sink.write(bytes.data(), bytes.size()))
                     return false;
-                text.clear();
             }
             if (batch.ended) {
                 Document end(rapidjson::kObjectType);
