@@ -4,8 +4,6 @@
 // to be joined once or read as it arrives. Like EventSource it resumes after a broken connection from the last
 // id it got, so nothing is lost.
 
-import { joined } from './bytes.js';
-
 const RETRY_MS = 1000;
 // The most of the stream read before afterChunk.
 const SLICE = 262144;
@@ -17,8 +15,23 @@ const COLON = 58;
 const RETURN = Uint8Array.of(CR);
 const DATA_FIELD = new TextEncoder().encode('data:');
 
-const startsWith = (bytes, head) => bytes.length >= head.length && head.every((byte, i) => bytes[i] === byte);
+// The parts' bytes as one array, at most limit of them; one part within the
+// limit is not copied. The tree reader uses it too.
+export function joined(parts, limit = Infinity) {
+  if (parts.length === 1 && parts[0].length <= limit) return parts[0];
+  const total = Math.min(limit, parts.reduce((sum, part) => sum + part.length, 0));
+  const bytes = new Uint8Array(total);
+  let at = 0;
+  for (const part of parts) {
+    if (at === total) break;
+    const piece = part.subarray(0, total - at);
+    bytes.set(piece, at);
+    at += piece.length;
+  }
+  return bytes;
+}
 
+const startsWith = (bytes, head) => bytes.length >= head.length && head.every((byte, i) => bytes[i] === byte);
 
 export class EventStream {
   // onMessage(data, id) for each unnamed event; onNamed(name, data) for the

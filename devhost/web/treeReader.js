@@ -32,7 +32,8 @@
 // before such a fault). An answer may name nodes whose mapping is still on
 // its way: their states wait here until the nodes come.
 
-import { joined } from './bytes.js';
+// The stream's own helper: the worker loads that module anyway.
+import { joined } from './eventStream.js';
 
 const BATCH = 16384;
 // A node's text index once the node was removed.
