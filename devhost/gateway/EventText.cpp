@@ -4,9 +4,6 @@
 #include <cstring>
 #include <new>
 
-#include "devhost/platform/HugePages.h"
-#include "devhost/platform/TextSlabs.h"
-
 #include <rapidjson/internal/dtoa.h>
 #include <rapidjson/internal/itoa.h>
 
@@ -25,8 +22,10 @@ constexpr char kEscapes[256] = {
 };
 constexpr char kHex[] = "0123456789ABCDEF";
 
-// The longest escape.
+// The longest escape, and how much of a string is escaped between checks
+// of the room left.
 constexpr std::size_t kLongestEscape = 6;
+constexpr std::size_t kBlock = 16384;
 
 constexpr std::uint64_t kOnes = 0x0101010101010101ull;
 constexpr std::uint64_t kHighs = 0x8080808080808080ull;
@@ -42,27 +41,8 @@ inline bool AnyEscape(std::uint64_t word) {
     return (below | ((quote - kOnes) & ~quote & kHighs) | ((backslash - kOnes) & ~backslash & kHighs)) != 0;
 }
 
-// The length of text escaped.
-std::size_t EscapedLength(const char* text, std::size_t length) {
-    std::size_t escaped = length;
-    const char* const end = text + length;
-    while (text < end) {
-        while (end - text >= 8) {
-            std::uint64_t word;
-            std::memcpy(&word, text, 8);
-            if (AnyEscape(word)) break;
-            text += 8;
-        }
-        for (const char* const stop = end - text >= 8 ? text + 8 : end; text < stop; ++text) {
-            const char escape = kEscapes[static_cast<unsigned char>(*text)];
-            if (escape != 0) escaped += escape == 'u' ? kLongestEscape - 1 : 1;
-        }
-    }
-    return escaped;
-}
-
-// Escapes length bytes of text into out, which has room for their
-// escaped length; returns the end of what was written.
+// Escapes length bytes of text into out, which has room for
+// kLongestEscape times as many; returns the end of what was written.
 char* Escape(const char* text, std::size_t length, char* out) {
     const char* const end = text + length;
     while (text < end) {
@@ -98,55 +78,16 @@ char* Escape(const char* text, std::size_t length, char* out) {
 
 }  // namespace
 
-EventBlock EventBlock::Allocate(std::size_t capacity) {
-    EventBlock block;
-    if (capacity >= kHugePage) {
-        block.capacity = HugePagesLength(capacity);
-        block.bytes = MapHugePages(block.capacity);
-        block.where = Where::HugePages;
-    } else if (TextSlabs::Serves(capacity)) {
-        block.capacity = capacity;
-        block.bytes = static_cast<char*>(TextSlabs::Allocate(capacity));
-        block.where = Where::Slab;
-    } else {
-        block.capacity = capacity;
-        block.bytes = static_cast<char*>(std::malloc(capacity));
-        if (!block.bytes) throw std::bad_alloc();
-    }
-    return block;
-}
-
-void EventBlock::Grow(std::size_t size, std::size_t capacity) {
-    EventBlock grown = Allocate(capacity);
-    if (size) std::memcpy(grown.bytes, bytes, size);
-    Free();
-    *this = grown;
-}
-
-void EventBlock::Free() noexcept {
-    if (!bytes) return;
-    switch (where) {
-        case Where::HugePages:
-            UnmapHugePages(bytes, capacity);
-            break;
-        case Where::Slab:
-            TextSlabs::Free(bytes);
-            break;
-        case Where::Heap:
-            std::free(bytes);
-            break;
-    }
-    bytes = nullptr;
-    capacity = 0;
-}
-
 char* EventTextWriter::Reserve(std::size_t more) {
-    if (block_.capacity - size_ < more) {
-        // Small pieces grow the block by half; a string asks for its room.
-        const std::size_t capacity = block_.capacity < 256 ? 256 : block_.capacity + block_.capacity / 2;
-        block_.Grow(size_, capacity - size_ < more ? size_ + more : capacity);
+    if (capacity_ - size_ < more) {
+        std::size_t capacity = capacity_ < 256 ? 256 : capacity_;
+        while (capacity - size_ < more) capacity += capacity / 2;
+        char* grown = static_cast<char*>(std::realloc(bytes_, capacity));
+        if (!grown) throw std::bad_alloc();
+        bytes_ = grown;
+        capacity_ = capacity;
     }
-    return block_.bytes + size_;
+    return bytes_ + size_;
 }
 
 void EventTextWriter::Raw(std::string_view text) {
@@ -213,14 +154,15 @@ bool EventTextWriter::Double(double value) {
     return true;
 }
 
-// The string's room is made once, for its escaped length and what an event
-// puts after its last argument, so that a document is not moved as it grows.
 bool EventTextWriter::String(const char* text, std::size_t length, bool) {
-    constexpr std::size_t kEventEnd = 16;
     Separate();
     Raw("\"");
-    char* at = Reserve(EscapedLength(text, length) + 1 + kEventEnd);
-    size_ += static_cast<std::size_t>(Escape(text, length, at) - at);
+    for (std::size_t done = 0; done < length;) {
+        const std::size_t block = length - done < kBlock ? length - done : kBlock;
+        char* at = Reserve(block * kLongestEscape);
+        size_ += static_cast<std::size_t>(Escape(text + done, block, at) - at);
+        done += block;
+    }
     Raw("\"");
     return true;
 }
@@ -255,9 +197,13 @@ bool EventTextWriter::EndArray(std::size_t) {
 }
 
 std::shared_ptr<const EventText> EventTextWriter::Finish(std::size_t counted) {
-    auto text = std::make_shared<const EventText>(block_, size_, counted);
-    block_ = EventBlock();
-    size_ = 0;
+    // What was reserved past the end is given back; shrinking a large block
+    // in place costs nothing.
+    char* bytes = size_ > 0 ? static_cast<char*>(std::realloc(bytes_, size_)) : bytes_;
+    if (!bytes) bytes = bytes_;
+    auto text = std::make_shared<const EventText>(bytes, size_, counted);
+    bytes_ = nullptr;
+    size_ = capacity_ = 0;
     levels_.clear();
     return text;
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string_view>
@@ -13,52 +14,34 @@ namespace devhost::gateway {
 // when the callback arrives, and then only shared: by the session's kept
 // events and by every stream that sends them, so a tree document of tens of
 // megabytes is neither encoded again nor copied per reader.
-// A block of memory for an event's bytes. Where it lives depends on its
-// size: a tree document of megabytes in huge pages of its own, one of tens
-// of kilobytes in the host's shared text slabs, the rest with malloc. A
-// large tree's registration writes 115 MB of events, and fresh small pages
-// cost a fault each, more than the bytes written into them.
-struct EventBlock {
-    enum class Where : unsigned char { Heap, Slab, HugePages };
-    char* bytes = nullptr;
-    std::size_t capacity = 0;
-    Where where = Where::Heap;
-
-    // At least capacity bytes; throws std::bad_alloc.
-    static EventBlock Allocate(std::size_t capacity);
-    // Moves to a block of at least capacity bytes, its first size bytes kept.
-    void Grow(std::size_t size, std::size_t capacity);
-    void Free() noexcept;
-};
-
 class EventText {
 public:
-    EventText(EventBlock block, std::size_t size, std::size_t counted) : block_(block), size_(size), counted_(counted) {}
-    ~EventText() { block_.Free(); }
-    EventText(const EventText&) = delete;
-    EventText& operator=(const EventText&) = delete;
+    EventText(char* bytes, std::size_t size, std::size_t counted) : bytes_(bytes), size_(size), counted_(counted) {}
 
-    std::string_view Bytes() const { return {block_.bytes, size_}; }
+    std::string_view Bytes() const { return {bytes_.get(), size_}; }
     // What the session's byte bound counts of it: its JSON text alone.
     std::size_t Counted() const { return counted_; }
 
 private:
-    EventBlock block_;
+    struct Free {
+        void operator()(char* bytes) const { std::free(bytes); }
+    };
+    std::unique_ptr<char, Free> bytes_;
     std::size_t size_;
     std::size_t counted_;
 };
 
 // Writes JSON into one growing buffer, in the very form of
 // rapidjson::Writer (no spaces, its escapes, its numbers), with the same
-// handler calls, so the same code drives it and a RapidJSON DOM. A string's
-// escaped length is counted first, so that a document of megabytes is
-// escaped in one pass straight into a buffer of its size.
+// handler calls, so the same code drives it and a RapidJSON DOM. Strings
+// are escaped in one pass straight into the buffer. The buffer grows with
+// realloc, which moves a large one by remapping its pages, not copying.
 class EventTextWriter {
 public:
     using Ch = char;
 
     EventTextWriter() = default;
-    ~EventTextWriter() { block_.Free(); }
+    ~EventTextWriter() { std::free(bytes_); }
     EventTextWriter(const EventTextWriter&) = delete;
     EventTextWriter& operator=(const EventTextWriter&) = delete;
 
@@ -93,8 +76,9 @@ private:
     void Separate();
     void Close(char bracket);
 
-    EventBlock block_;
+    char* bytes_ = nullptr;
     std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
     // Per open array or object: the values (keys and values, in an object)
     // written in it so far.
     struct Level {
