@@ -110,6 +110,12 @@ export class Session {
     }
   }
 
+  // A state query is about to go: its answer is read before the rest of
+  // the stream.
+  expectAnswer() {
+    this.worker.postMessage({ hold: true });
+  }
+
   // Calls a method of the module; "session" stands for this session's own
   // callback object of the interface a reference parameter names.
   call(method, ...args) {

@@ -52,6 +52,7 @@ const treeView = new TreeView($('#tree'), model, {
     const ask = nodes.filter((node) => !node.asked);
     if (!ask.length) return;
     for (const node of ask) node.asked = true;
+    session.expectAnswer();
     commands.call(notices.tree, 'SelectTreeNodes', [JSON.stringify({ nodes: ask.map((node) => node.id), depth: 1 })],
       { label: ask.length === 1 ? `Reading ${ask[0].name}` : `Reading ${ask.length} branches`, effects: null,
         done: () => '' });
@@ -86,6 +87,7 @@ function askStatesLater(nodes) {
     unstated = new Set();
     if (!page.statesWaiting || !ask.length) return;
     for (const node of ask) node.stateAsked = true;
+    session.expectAnswer();
     session.call('SelectTreeNodes', JSON.stringify({ nodes: ask.map((node) => node.id), depth: 0 })).catch(() => {});
   }, STATE_WAIT_MS);
 }

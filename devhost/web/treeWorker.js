@@ -6,6 +6,8 @@
 //
 //   page -> worker  {open: {url, headers, answers}}  reads a session's stream,
 //                   and with answers the stream of its state query's answers
+//                   {hold: true}  a state query is on its way: the main stream
+//                   waits for its answer (at most HOLD_MS)
 //   worker -> page  [{kind: 'event', event}, tree parts..., {kind: 'named', name, data},
 //                    {kind: 'refused', status, text}], with their arrays moved, not copied.
 
@@ -47,13 +49,39 @@ const nextTask = () => {
   });
 };
 
+// A state query the page sent (the states of a branch just opened) is
+// answered once the module has written what came before it, a large tree's
+// initial states for instance. Until its answer is read, the main stream is
+// not read: the program, the browser and this page share a machine's cores,
+// and the bulk of the tree waits while the answer the person waits for
+// comes.
+const HOLD_MS = 1000;
+let holdUntil = 0;
+let release = null;
+const answered = () => {
+  holdUntil = 0;
+  release?.();
+  release = null;
+};
+const held = () => {
+  const left = holdUntil - performance.now();
+  if (left <= 0) return null;
+  return new Promise((resolve) => {
+    release = resolve;
+    setTimeout(answered, left);
+  });
+};
+
 // One worker reads one session's streams.
 function open({ url, headers, answers }) {
   // The answers are few and small: each is read whole, as it comes.
   if (answers) {
     const lane = new EventStream(`${url}&lane=answers`, {
       headers,
-      onMessage: (text) => reader.applyAnswer(text),
+      onMessage: (text) => {
+        reader.applyAnswer(text);
+        answered();
+      },
       onNamed: (name) => {
         if (name === 'end') lane.close();
       },
@@ -82,9 +110,12 @@ function open({ url, headers, answers }) {
     },
     afterChunk: () => {
       flush();
-      return nextTask();
+      return held() ?? nextTask();
     },
   });
 }
 
-onmessage = ({ data }) => open(data.open);
+onmessage = ({ data }) => {
+  if (data.open) open(data.open);
+  if (data.hold) holdUntil = performance.now() + HOLD_MS;
+};
